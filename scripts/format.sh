@@ -1,0 +1,6 @@
+#!/usr/bin/env bash
+# Formats every C++ source of the project in place.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+find interfaces manager sensor algorithms pointer gesture platform tools tests bench fuzz \
+    -name '*.h' -o -name '*.cpp' | xargs -r clang-format -i
