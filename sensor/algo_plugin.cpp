@@ -1,0 +1,87 @@
+#include "algo_plugin.h"
+
+#include "motion_log.h"
+#include "motion_type.h"
+#include "sensor_connection.h"
+
+namespace Tarvo::Quil {
+namespace {
+constexpr char kLogTag[] = "AlgoPlugin";
+}  // namespace
+
+AlgoPlugin::~AlgoPlugin()
+{
+    // A host that destroys the manager without disabling its types would otherwise
+    // leave the sensor worker calling into a destroyed recogniser.
+    if (boundType_.has_value()) {
+        SensorConnection::GetInstance().UnregisterEvent(*boundType_);
+    }
+}
+
+std::set<int> AlgoPlugin::GetSupportSensors() const
+{
+    return supportSensors_;
+}
+
+int AlgoPlugin::RegisterCallback(int type, std::shared_ptr<IMotionAlgo::Callback> callback)
+{
+    MLOGD("RegisterCallback Enter");
+    // The callback is in place before the binding, so a dispatched sample never finds a
+    // bound recogniser without one.
+    callback_ = std::move(callback);
+    SensorConnection::GetInstance().RegisterEvent(
+        type, [this](int sensorTypeId, void* data) { return StartAlgorithm(sensorTypeId, data); });
+    boundType_ = type;
+    return 0;
+}
+
+int AlgoPlugin::UnregisterCallback(int type)
+{
+    SensorConnection::GetInstance().UnregisterEvent(type);
+    if (boundType_ == type) {
+        boundType_.reset();
+    }
+    callback_.reset();
+    return 0;
+}
+
+int AlgoPlugin::Report(const MotionData& data)
+{
+    MLOGD("Report Enter");
+    if (callback_ == nullptr) {
+        MLOGE("callback is nullptr");
+        return -1;
+    }
+    // Device motions reach the host only when their outcome changes; rotation compares
+    // the orientation, the others the result. Only the compared field is remembered.
+    int32_t MotionData::*compared = nullptr;
+    switch (data.type) {
+        case MOTION_TYPE_PICKUP:
+        case MOTION_TYPE_NEAR_EAR:
+        case MOTION_TYPE_FLIP:
+        case MOTION_TYPE_SHAKE:
+        case MOTION_TYPE_POCKET:
+            compared = &MotionData::result;
+            break;
+        case MOTION_TYPE_ROTATE:
+            compared = &MotionData::rotateAction;
+            break;
+        default:
+            // Unknown types are a warning but still a success, as the host expects.
+            MLOGW("Unknown type");
+            break;
+    }
+    if (compared != nullptr && data.*compared != lastData_.*compared) {
+        if (callback_->OnMotionChanged(data) != 0) {
+            MLOGE("Failed to report");
+            return -1;
+        }
+        lastData_.*compared = data.*compared;
+    }
+    if (PlatformLogIsLoggable(kMotionLogDomain, kLogTag, LOG_LEVEL_DEBUG)) {
+        MLOGD("%{public}s", data.Dump().c_str());
+    }
+    return 0;
+}
+
+}  // namespace Tarvo::Quil

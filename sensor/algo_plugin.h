@@ -1,0 +1,46 @@
+// Base of every device-motion recogniser: binds it to the sensor connection and passes
+// its outcomes to the host, dropping an outcome equal to the last one delivered.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <set>
+
+#include "i_motion_algo.h"
+#include "motion_data.h"
+
+namespace Tarvo::Quil {
+
+class AlgoPlugin {
+public:
+    virtual ~AlgoPlugin();
+
+    // One recognition step for a sample of any sensor; the recogniser picks the sensor
+    // types it wants. Runs on the sensor worker.
+    virtual int StartAlgorithm(int sensorTypeId, void* data) = 0;
+    // The platform sensor types the recogniser consumes.
+    virtual std::set<int> GetSupportSensors() const;
+    // Turns the raw platform data of one sample into the recogniser's sample record.
+    virtual int PreprocessData(int sensorTypeId, void* data) = 0;
+
+    // Keeps `callback` and binds StartAlgorithm into the sensor connection under the
+    // motion type `type`. Always 0.
+    int RegisterCallback(int type, std::shared_ptr<IMotionAlgo::Callback> callback);
+    // Unbinds from the sensor connection, then drops the callback.
+    int UnregisterCallback(int type);
+    // Delivers `data` unless its compared outcome equals the last delivered one.
+    int Report(const MotionData& data);
+
+protected:
+    AlgoPlugin() = default;
+
+    std::shared_ptr<IMotionAlgo::Callback> callback_;
+    // Last outcome delivered; all -1 so that the first real outcome always differs.
+    MotionData lastData_;
+    std::set<int> supportSensors_;
+
+private:
+    std::optional<int> boundType_;  // the motion type StartAlgorithm is bound under
+};
+
+}  // namespace Tarvo::Quil

@@ -1,0 +1,115 @@
+#include "algo_plugin.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "host_platform.h"
+#include "log_capture.h"
+#include "motion_matchers.h"
+#include "recording_callback.h"
+#include "sensor_connection.h"
+
+namespace Tarvo::Quil::Test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr char kTag[] = "AlgoPlugin";
+constexpr int kBindType = 41;  // a motion type no real recogniser uses
+
+// The smallest recogniser: counts the samples it is given.
+class CountingAlgo : public AlgoPlugin {
+public:
+    CountingAlgo() { supportSensors_ = {1, 12}; }
+    int StartAlgorithm(int /*sensorTypeId*/, void* /*data*/) override { return ++steps; }
+    int PreprocessData(int /*sensorTypeId*/, void* /*data*/) override { return 0; }
+    int steps = 0;
+};
+
+MotionData Outcome(int type, int result, int rotateAction = -1)
+{
+    MotionData data;
+    data.type = type;
+    data.result = result;
+    data.rotateAction = rotateAction;
+    return data;
+}
+
+class AlgoPluginTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        Host::HostPlatform::Reset();
+        algo_.RegisterCallback(kBindType, callback_);
+    }
+    void TearDown() override { algo_.UnregisterCallback(kBindType); }
+
+    std::shared_ptr<RecordingCallback> callback_ = std::make_shared<RecordingCallback>();
+    CountingAlgo algo_;
+};
+
+TEST_F(AlgoPluginTest, RepeatedOutcomeIsSwallowedButSucceeds)
+{
+    EXPECT_EQ(algo_.Report(Outcome(3, 1)), 0);
+    EXPECT_EQ(algo_.Report(Outcome(3, 1)), 0);
+    EXPECT_EQ(algo_.Report(Outcome(3, 0)), 0);
+    EXPECT_THAT(callback_->Reports(), ElementsAre(IsReport(3, 1), IsReport(3, 0)));
+}
+
+TEST_F(AlgoPluginTest, RotationIsComparedOnItsOrientation)
+{
+    EXPECT_EQ(algo_.Report(Outcome(4, 1, 0)), 0);
+    EXPECT_EQ(algo_.Report(Outcome(4, 5, 0)), 0);  // result changed, orientation did not
+    EXPECT_EQ(algo_.Report(Outcome(4, 1, 3)), 0);
+    EXPECT_THAT(callback_->Reports(),
+                ElementsAre(WithRotateAction(0), testing::AllOf(IsReport(4, 1), WithRotateAction(3))));
+}
+
+TEST_F(AlgoPluginTest, RefusedReportIsOfferedAgain)
+{
+    LogCapture log;
+    callback_->SetReturnValue(7);
+    EXPECT_EQ(algo_.Report(Outcome(0, 1)), -1);
+    EXPECT_TRUE(log.Contains(kTag, "in Report, Failed to report", LOG_LEVEL_ERROR));
+    callback_->SetReturnValue(0);
+    EXPECT_EQ(algo_.Report(Outcome(0, 1)), 0);
+    EXPECT_THAT(callback_->Reports(), ElementsAre(IsReport(0, 1), IsReport(0, 1)));
+}
+
+TEST_F(AlgoPluginTest, TypesOutsideTheDeviceMotionsWarnAndSucceed)
+{
+    LogCapture log;
+    for (int type : {1, 5, 8, 9, 13, -3}) {
+        EXPECT_EQ(algo_.Report(Outcome(type, 1)), 0) << type;
+    }
+    EXPECT_EQ(log.Count(kTag, "in Report, Unknown type"), 6);
+    EXPECT_TRUE(log.Contains(kTag,
+                             "in Report, type:-3 result:1 status:-1 action:-1 direction:-1 "
+                             "rotateAction:-1 move:0.000000"));
+    EXPECT_THAT(callback_->Reports(), IsEmpty());
+}
+
+TEST_F(AlgoPluginTest, ReportWithoutCallbackFails)
+{
+    algo_.UnregisterCallback(kBindType);
+    LogCapture log;
+    EXPECT_EQ(algo_.Report(Outcome(3, 1)), -1);
+    EXPECT_TRUE(log.Contains(kTag, "in Report, callback is nullptr", LOG_LEVEL_ERROR));
+}
+
+TEST_F(AlgoPluginTest, BindingRunsTheMostDerivedEntryPointOnEverySample)
+{
+    float sample[4] = {0.0F, 0.0F, 9.8F, 0.0F};
+    SensorConnection::GetInstance().NotifyCallback(1, sample);
+    SensorConnection::GetInstance().NotifyCallback(5, sample);
+    EXPECT_EQ(algo_.steps, 2);
+    EXPECT_EQ(algo_.GetSupportSensors(), (std::set<int>{1, 12}));
+
+    algo_.UnregisterCallback(kBindType);
+    SensorConnection::GetInstance().NotifyCallback(1, sample);
+    EXPECT_EQ(algo_.steps, 2);
+}
+
+}  // namespace
+}  // namespace Tarvo::Quil::Test

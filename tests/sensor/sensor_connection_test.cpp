@@ -1,0 +1,171 @@
+#include "sensor_connection.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <mutex>
+#include <vector>
+
+#include "host_platform.h"
+#include "log_capture.h"
+
+namespace Tarvo::Quil::Test {
+namespace {
+
+using Host::HostPlatform;
+using Host::SensorCall;
+using testing::ElementsAre;
+
+constexpr char kTag[] = "SensorConnection";
+constexpr int kTestType = 42;  // a motion type no recogniser uses
+
+// Records what a bound recogniser entry point receives on the worker.
+struct Received {
+    std::mutex mutex;
+    std::vector<std::pair<int, float>> samples;  // sensor type, first float
+
+    std::function<int(int, void*)> Binding()
+    {
+        return [this](int sensorTypeId, void* data) {
+            float first = 0.0F;
+            std::memcpy(&first, data, sizeof(first));
+            std::lock_guard<std::mutex> lock(mutex);
+            samples.emplace_back(sensorTypeId, first);
+            return 0;
+        };
+    }
+};
+
+class SensorConnectionTest : public testing::Test {
+protected:
+    void SetUp() override { HostPlatform::Reset(); }
+
+    void TearDown() override
+    {
+        connection_.UnregisterEvent(kTestType);
+        connection_.UnregisterEvent(kTestType + 1);
+        HostPlatform::Reset();
+    }
+
+    SensorConnection& connection_ = SensorConnection::GetInstance();
+};
+
+TEST_F(SensorConnectionTest, SamplesOfSubscribedSensorsReachEveryBoundEntryPoint)
+{
+    Received first;
+    Received second;
+    connection_.RegisterEvent(kTestType, first.Binding());
+    connection_.RegisterEvent(kTestType + 1, second.Binding());
+    ASSERT_TRUE(connection_.RegisterSensor(kTestType, 1));
+    ASSERT_TRUE(connection_.RegisterSensor(kTestType, 12));
+
+    HostPlatform::InjectSample(1, {1.5F, 0.0F, 0.0F});
+    HostPlatform::InjectSample(12, {0.0F});
+    HostPlatform::InjectSample(5, {300.0F});  // not subscribed: nobody receives it
+    ASSERT_TRUE(HostPlatform::WaitIdle());
+
+    EXPECT_THAT(first.samples, ElementsAre(std::pair{1, 1.5F}, std::pair{12, 0.0F}));
+    EXPECT_EQ(second.samples, first.samples);
+    EXPECT_TRUE(connection_.UnregisterSensor(kTestType, 1));
+    EXPECT_TRUE(connection_.UnregisterSensor(kTestType, 12));
+}
+
+TEST_F(SensorConnectionTest, SubscribesWithAHundredMillisecondBatch)
+{
+    ASSERT_TRUE(connection_.RegisterSensor(kTestType, 5));
+    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(5), 1);
+    EXPECT_TRUE(connection_.UnregisterSensor(kTestType, 5));
+    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(5), 0);
+}
+
+TEST_F(SensorConnectionTest, RegisteringATypeAgainReplacesItsBinding)
+{
+    Received old;
+    Received current;
+    connection_.RegisterEvent(kTestType, old.Binding());
+    connection_.RegisterEvent(kTestType, current.Binding());
+    ASSERT_TRUE(connection_.RegisterSensor(kTestType, 1));
+    HostPlatform::InjectSample(1, {2.0F, 0.0F, 0.0F});
+    ASSERT_TRUE(HostPlatform::WaitIdle());
+    EXPECT_TRUE(old.samples.empty());
+    EXPECT_EQ(current.samples.size(), 1U);
+    connection_.UnregisterSensor(kTestType, 1);
+}
+
+TEST_F(SensorConnectionTest, EachFailingPlatformStepIsLoggedAndStopsTheSequence)
+{
+    const std::pair<SensorCall, const char*> steps[] = {
+        {SensorCall::SUBSCRIBE_SENSOR, "in RegisterSensor, SubscribeSensor failed"},
+        {SensorCall::SET_BATCH, "in RegisterSensor, SetBatch failed"},
+        {SensorCall::ACTIVATE_SENSOR, "in RegisterSensor, ActivateSensor failed"},
+    };
+    for (const auto& [call, message] : steps) {
+        HostPlatform::Reset();
+        LogCapture log;
+        HostPlatform::Fail(call, 1);
+        EXPECT_FALSE(connection_.RegisterSensor(kTestType, 1)) << message;
+        EXPECT_TRUE(log.Contains(kTag, message, LOG_LEVEL_ERROR)) << message;
+        EXPECT_EQ(HostPlatform::ActiveSubscriberCount(1), 0);
+    }
+
+    HostPlatform::Reset();
+    ASSERT_TRUE(connection_.RegisterSensor(kTestType, 1));
+    LogCapture log;
+    HostPlatform::Fail(SensorCall::UNSUBSCRIBE_SENSOR, std::nullopt);
+    EXPECT_FALSE(connection_.UnregisterSensor(kTestType, 1));
+    EXPECT_TRUE(log.Contains(kTag, "in UnregisterSensor, UnsubscribeSensor failed"));
+    EXPECT_FALSE(connection_.UnregisterSensor(kTestType, 1));  // already deactivated
+    EXPECT_TRUE(log.Contains(kTag, "in UnregisterSensor, DeactivateSensor failed"));
+}
+
+TEST_F(SensorConnectionTest, SupportedSensorsComeFromTheDeviceList)
+{
+    EXPECT_TRUE(connection_.IsSupportedSensor(12));
+    EXPECT_FALSE(connection_.IsSupportedSensor(2));
+    LogCapture log;
+    HostPlatform::SetDeviceSensors({});
+    EXPECT_FALSE(connection_.IsSupportedSensor(1));
+    EXPECT_TRUE(log.Lines().empty());
+}
+
+TEST_F(SensorConnectionTest, NullEventIsLoggedAndNotQueued)
+{
+    Received received;
+    connection_.RegisterEvent(kTestType, received.Binding());
+    ASSERT_TRUE(connection_.RegisterSensor(kTestType, 1));
+    LogCapture log;
+    HostPlatform::InjectNullEvent();
+    ASSERT_TRUE(HostPlatform::WaitIdle());
+    EXPECT_EQ(log.Count(kTag, "in SensorDataCallbackImpl, SensorDataCallbackImpl event is null"), 1);
+    EXPECT_EQ(log.Count(kTag, "in HandleSensorEvent, enter"), 0);
+    EXPECT_TRUE(received.samples.empty());
+    connection_.UnregisterSensor(kTestType, 1);
+}
+
+TEST_F(SensorConnectionTest, EmptyQueueAccessorsLogAndAnswerNothing)
+{
+    LogCapture log;
+    EXPECT_FALSE(connection_.GetSensorEvent().has_value());
+    EXPECT_FALSE(connection_.PopData());
+    EXPECT_EQ(log.Count(kTag, "in GetSensorEvent, No sensorEvent"), 1);
+    EXPECT_EQ(log.Count(kTag, "in PopData, No sensorEvent"), 1);
+}
+
+TEST_F(SensorConnectionTest, SamplePathLogsInOrder)
+{
+    Received received;
+    connection_.RegisterEvent(kTestType, received.Binding());
+    ASSERT_TRUE(connection_.RegisterSensor(kTestType, 1));
+    LogCapture log;
+    HostPlatform::InjectSample(1, {0.0F, 0.0F, 9.8F});
+    ASSERT_TRUE(HostPlatform::WaitIdle());
+    EXPECT_THAT(log.Messages(kTag),
+                ElementsAre("in SensorDataCallbackImpl, enter",
+                            "in SensorDataCallbackImpl, SensorTypeId:1", "in PushData, enter",
+                            "in HandleSensorEvent, enter", "in NotifyCallback, enter"));
+    connection_.UnregisterSensor(kTestType, 1);
+}
+
+}  // namespace
+}  // namespace Tarvo::Quil::Test
