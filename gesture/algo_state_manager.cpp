@@ -1,0 +1,104 @@
+#include "algo_state_manager.h"
+
+#include "algo_end_state.h"
+#include "algo_error_state.h"
+#include "algo_idle_state.h"
+#include "algo_one_finger_down_state.h"
+#include "algo_one_finger_move_state.h"
+#include "algo_pinch_state.h"
+#include "algo_slide_state.h"
+#include "algo_swipe_state.h"
+#include "algo_three_fingers_down_state.h"
+#include "algo_three_fingers_move_state.h"
+#include "algo_two_fingers_down_state.h"
+#include "algo_two_fingers_move_state.h"
+#include "motion_log.h"
+
+namespace Tarvo::Quil {
+namespace {
+constexpr char kLogTag[] = "AlgoStateManager";
+}  // namespace
+
+AlgoStateManager::AlgoStateManager()
+{
+    // Logged under the factory's name, as the machine's first state is made here.
+    QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "CreateState", "AlgoStateManager enter");
+    currentState_ = std::make_shared<AlgoIdleState>();
+    currentState_->SetCurrentState(STATE_IDLE);
+}
+
+std::shared_ptr<AlgoGestureState> AlgoStateManager::CreateState(States state)
+{
+    MLOGD("AlgoStateManager enter");
+    switch (state) {
+        case STATE_IDLE:
+            return std::make_shared<AlgoIdleState>();
+        case STATE_ONE_FINGER_DOWN:
+            return std::make_shared<AlgoOneFingerDownState>();
+        case STATE_ONE_FINGER_MOVE:
+            return std::make_shared<AlgoOneFingerMoveState>();
+        case STATE_SWIPE:
+            return std::make_shared<AlgoSwipeState>();
+        case STATE_TWO_FINGERS_DOWN:
+            return std::make_shared<AlgoTwoFingersDownState>();
+        case STATE_TWO_FINGERS_MOVE:
+            return std::make_shared<AlgoTwoFingersMoveState>();
+        case STATE_PINCH:
+            return std::make_shared<AlgoPinchState>();
+        case STATE_THREE_FINGERS_DOWN:
+            return std::make_shared<AlgoThreeFingersDownState>();
+        case STATE_THREE_FINGERS_MOVE:
+            return std::make_shared<AlgoThreeFingersMoveState>();
+        case STATE_SLIDE:
+            return std::make_shared<AlgoSlideState>();
+        case STATE_END:
+            return std::make_shared<AlgoEndState>();
+        case STATE_ERROR:
+            return std::make_shared<AlgoErrorState>();
+    }
+    MLOGE("Unknown state");
+    return nullptr;
+}
+
+void AlgoStateManager::RegisterCallback(std::shared_ptr<IMotionAlgo::Callback> callback)
+{
+    MLOGD("AlgoStateManager enter");
+    // The callback is a static of the state base, so any state object can set it.
+    if (currentState_ != nullptr) {
+        currentState_->RegisterCallback(std::move(callback));
+    } else {
+        AlgoIdleState().RegisterCallback(std::move(callback));
+    }
+}
+
+States AlgoStateManager::EnableHandle(const PointerEvent& event)
+{
+    MLOGD("AlgoStateManager enter");
+    // Only a transition to a state outside 0..11 leaves no current state; start over
+    // from idle rather than dereference nothing.
+    if (currentState_ == nullptr) {
+        MLOGE("currentState_ is nullptr");
+        return STATE_IDLE;
+    }
+    return currentState_->HandlePointerEvent(event);
+}
+
+void AlgoStateManager::TransformState(States next)
+{
+    MLOGD("AlgoStateManager enter");
+    if (currentState_ != nullptr && currentState_->GetCurrentState() == next) {
+        // The same object, with its store, keeps handling events.
+        return;
+    }
+    PointerData data = currentState_ != nullptr ? currentState_->Out() : PointerData{};
+    lastState_ = std::move(currentState_);
+    currentState_ = CreateState(next);
+    if (currentState_ == nullptr) {
+        MLOGE("currentState_ is nullptr");
+        return;
+    }
+    currentState_->SetCurrentState(next);
+    currentState_->In(data);
+}
+
+}  // namespace Tarvo::Quil

@@ -1,0 +1,32 @@
+// Owns the current gesture state and replaces it when a handler decides on another.
+#pragma once
+
+#include <memory>
+
+#include "algo_gesture_state.h"
+
+namespace Tarvo::Quil {
+
+class AlgoStateManager {
+public:
+    AlgoStateManager();
+
+    // A new state object for `state`, empty store; null (and an error line) outside 0..11.
+    std::shared_ptr<AlgoGestureState> CreateState(States state);
+    void RegisterCallback(std::shared_ptr<IMotionAlgo::Callback> callback);
+    // The current state's verdict on `event`.
+    States EnableHandle(const PointerEvent& event);
+    // Moves to `next`, handing the store, distance and angle over; nothing when `next`
+    // is already current.
+    void TransformState(States next);
+
+    // For observers and tests: the current state object (null only after a failed
+    // transition).
+    std::shared_ptr<const AlgoGestureState> GetCurrentState() const { return currentState_; }
+
+private:
+    std::shared_ptr<AlgoGestureState> currentState_;
+    std::shared_ptr<AlgoGestureState> lastState_;
+};
+
+}  // namespace Tarvo::Quil
