@@ -1,0 +1,104 @@
+#include "host_input_service.h"
+
+#include <vector>
+
+#include "worker_tracker.h"
+
+namespace Tarvo::Host {
+
+HostInputService& HostInputService::Instance()
+{
+    // Never destroyed, like the service it stands in for.
+    static HostInputService* instance = new HostInputService;
+    return *instance;
+}
+
+int32_t HostInputService::AddMonitor(MMI::PointerMonitor monitor)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    const int32_t id = fixedId_.has_value() ? *fixedId_ : nextId_++;
+    if (id >= 0) {  // a negative id says the monitor was not installed
+        monitors_[id] = std::move(monitor);
+    }
+    return id;
+}
+
+void HostInputService::RemoveMonitor(int32_t monitorId)
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    monitors_.erase(monitorId);
+    // A delivery in flight may still be inside the monitor: wait it out, unless the
+    // monitor itself is removing itself.
+    if (std::this_thread::get_id() != deliveryThread_) {
+        delivered_.wait(lock, [this] { return !delivering_; });
+    }
+}
+
+void HostInputService::SetMonitorId(int32_t monitorId)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    fixedId_ = monitorId;
+}
+
+void HostInputService::Inject(std::shared_ptr<MMI::PointerEvent> event)
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        queue_.push_back(std::move(event));
+        if (thread_ == nullptr) {
+            thread_ = std::make_unique<std::thread>([this] { DeliveryLoop(); });
+            thread_->detach();  // lives as long as the (never destroyed) service
+        }
+    }
+    wake_.notify_one();
+}
+
+void HostInputService::DeliveryLoop()
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    deliveryThread_ = std::this_thread::get_id();
+    for (;;) {
+        wake_.wait(lock, [this] { return !queue_.empty(); });
+        std::shared_ptr<MMI::PointerEvent> event = std::move(queue_.front());
+        queue_.pop_front();
+        std::vector<MMI::PointerMonitor> monitors;
+        for (const auto& entry : monitors_) {
+            monitors.push_back(entry.second);
+        }
+        delivering_ = true;
+        lock.unlock();
+        for (const auto& monitor : monitors) {
+            if (monitor) {
+                monitor(event);
+            }
+        }
+        lock.lock();
+        delivering_ = false;
+        delivered_.notify_all();
+        lock.unlock();
+        WorkerTracker::Instance().Notify();
+        lock.lock();
+    }
+}
+
+int HostInputService::InstalledMonitorCount()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return static_cast<int>(monitors_.size());
+}
+
+bool HostInputService::Idle()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return queue_.empty() && !delivering_;
+}
+
+void HostInputService::Reset()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    monitors_.clear();
+    nextId_ = 1;
+    fixedId_.reset();
+}
+
+}  // namespace Tarvo::Host

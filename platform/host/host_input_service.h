@@ -1,0 +1,48 @@
+// The simulated input service: pointer monitors with their ids, and delivery of touch
+// events on the service's own thread to every installed monitor.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+#include "input_manager.h"
+
+namespace Tarvo::Host {
+
+class HostInputService {
+public:
+    static HostInputService& Instance();
+
+    int32_t AddMonitor(MMI::PointerMonitor monitor);
+    // After it returns, the monitor is not running and will not be called again.
+    void RemoveMonitor(int32_t monitorId);
+
+    void SetMonitorId(int32_t monitorId);
+    void Inject(std::shared_ptr<MMI::PointerEvent> event);
+    int InstalledMonitorCount();
+    bool Idle();
+    void Reset();
+
+private:
+    HostInputService() = default;
+    void DeliveryLoop();
+
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    std::condition_variable delivered_;
+    std::map<int32_t, MMI::PointerMonitor> monitors_;
+    int32_t nextId_ = 1;
+    std::optional<int32_t> fixedId_;
+    std::deque<std::shared_ptr<MMI::PointerEvent>> queue_;
+    bool delivering_ = false;
+    std::thread::id deliveryThread_;
+    std::unique_ptr<std::thread> thread_;
+};
+
+}  // namespace Tarvo::Host

@@ -1,0 +1,286 @@
+// The control API, and the platform seam's functions implemented on the host services.
+#include "host_platform.h"
+
+#include <pthread.h>
+
+#include <cstdarg>
+#include <cstdio>
+
+#include "host_input_service.h"
+#include "host_log.h"
+#include "host_sensor_service.h"
+#include "input_manager.h"
+#include "platform_log.h"
+#include "sensor_service_client.h"
+#include "thread_support.h"
+#include "worker_tracker.h"
+
+namespace Tarvo::Host {
+namespace {
+
+constexpr std::pair<SensorCall, const char*> kCallNames[] = {
+    {SensorCall::GET_ALL_SENSORS, "GetAllSensors"},
+    {SensorCall::SUBSCRIBE_SENSOR, "SubscribeSensor"},
+    {SensorCall::SET_BATCH, "SetBatch"},
+    {SensorCall::ACTIVATE_SENSOR, "ActivateSensor"},
+    {SensorCall::DEACTIVATE_SENSOR, "DeactivateSensor"},
+    {SensorCall::UNSUBSCRIBE_SENSOR, "UnsubscribeSensor"},
+};
+
+std::atomic<bool> gThreadNamingFails{false};
+
+std::shared_ptr<MMI::PointerEvent> MakeTouch(int32_t action, int32_t pointerId,
+                                             const std::vector<int32_t>& pointerIds)
+{
+    auto event = std::make_shared<MMI::PointerEvent>();
+    event->SetPointerAction(action);
+    event->SetPointerId(pointerId);
+    event->SetPointerIds(pointerIds);
+    return event;
+}
+
+}  // namespace
+
+std::optional<SensorCall> SensorCallFromName(const std::string& name)
+{
+    for (const auto& [call, callName] : kCallNames) {
+        if (name == callName) {
+            return call;
+        }
+    }
+    return std::nullopt;
+}
+
+const char* SensorCallName(SensorCall call)
+{
+    for (const auto& [candidate, callName] : kCallNames) {
+        if (candidate == call) {
+            return callName;
+        }
+    }
+    return "?";
+}
+
+std::string FormatLogLine(const LogLine& line)
+{
+    static constexpr char kLetters[] = {'D', 'I', 'W', 'E', 'F'};
+    const char letter = line.level >= LOG_LEVEL_DEBUG && line.level <= LOG_LEVEL_FATAL
+                            ? kLetters[line.level - 3]
+                            : '?';
+    char domain[16];
+    std::snprintf(domain, sizeof(domain), "%X", line.domain);
+    return std::string(1, letter) + " " + domain + "/" + line.tag + ": " + line.message;
+}
+
+void HostPlatform::Reset()
+{
+    WaitIdle();
+    HostSensorService::Instance().Reset();
+    HostInputService::Instance().Reset();
+    HostLog::Instance().SetLevel(HostLog::kOff);
+    HostLog::Instance().SetSink({});
+    gThreadNamingFails = false;
+}
+
+void HostPlatform::SetDeviceSensors(const std::vector<int32_t>& sensorTypeIds)
+{
+    HostSensorService::Instance().SetDeviceSensors(sensorTypeIds);
+}
+
+void HostPlatform::Fail(SensorCall call, std::optional<int32_t> sensorTypeId)
+{
+    HostSensorService::Instance().Fail(call, sensorTypeId);
+}
+
+void HostPlatform::Heal(SensorCall call, std::optional<int32_t> sensorTypeId)
+{
+    HostSensorService::Instance().Heal(call, sensorTypeId);
+}
+
+void HostPlatform::InjectSample(int32_t sensorTypeId, const std::vector<float>& values,
+                                int64_t timestampNs)
+{
+    HostSensorService::Instance().InjectSample(sensorTypeId, values, timestampNs);
+}
+
+void HostPlatform::InjectNullEvent()
+{
+    HostSensorService::Instance().InjectNullEvent();
+}
+
+SubscriptionState HostPlatform::GetSubscription(const void* user, int32_t sensorTypeId)
+{
+    return HostSensorService::Instance().GetSubscription(user, sensorTypeId);
+}
+
+int HostPlatform::ActiveSubscriberCount(int32_t sensorTypeId)
+{
+    return HostSensorService::Instance().ActiveSubscriberCount(sensorTypeId);
+}
+
+void HostPlatform::SetMonitorId(int32_t monitorId)
+{
+    HostInputService::Instance().SetMonitorId(monitorId);
+}
+
+void HostPlatform::InjectTouch(int32_t action, int32_t pointerId, int32_t x, int32_t y,
+                               const std::vector<int32_t>& pointerIds)
+{
+    auto event = MakeTouch(action, pointerId, pointerIds);
+    MMI::PointerEvent::PointerItem item;
+    item.SetPointerId(pointerId);
+    item.SetDisplayX(x);
+    item.SetDisplayY(y);
+    event->AddPointerItem(item);
+    HostInputService::Instance().Inject(std::move(event));
+}
+
+void HostPlatform::InjectTouchNoItem(int32_t action, int32_t pointerId,
+                                     const std::vector<int32_t>& pointerIds)
+{
+    HostInputService::Instance().Inject(MakeTouch(action, pointerId, pointerIds));
+}
+
+int HostPlatform::InstalledMonitorCount()
+{
+    return HostInputService::Instance().InstalledMonitorCount();
+}
+
+void HostPlatform::SetLogLevel(int level)
+{
+    HostLog::Instance().SetLevel(level);
+}
+
+void HostPlatform::SetLogSink(std::function<void(const LogLine&)> sink)
+{
+    HostLog::Instance().SetSink(std::move(sink));
+}
+
+void HostPlatform::SetThreadNamingFails(bool fails)
+{
+    gThreadNamingFails = fails;
+}
+
+bool HostPlatform::WaitIdle(int timeoutMs)
+{
+    return WorkerTracker::Instance().WaitFor(
+        [] { return HostSensorService::Instance().Idle() && HostInputService::Instance().Idle(); },
+        timeoutMs);
+}
+
+}  // namespace Tarvo::Host
+
+// ---- the platform seam -------------------------------------------------------------
+
+using Tarvo::Host::HostInputService;
+using Tarvo::Host::HostLog;
+using Tarvo::Host::HostSensorService;
+using Tarvo::Host::WorkerTracker;
+
+extern "C" {
+
+int32_t GetAllSensors(SensorInfo** sensorInfo, int32_t* count)
+{
+    return HostSensorService::Instance().GetAllSensors(sensorInfo, count);
+}
+
+int32_t SubscribeSensor(int32_t sensorTypeId, const SensorUser* user)
+{
+    return HostSensorService::Instance().Subscribe(sensorTypeId, user);
+}
+
+int32_t SetBatch(int32_t sensorTypeId, const SensorUser* user, int64_t samplingInterval,
+                 int64_t reportInterval)
+{
+    return HostSensorService::Instance().SetBatch(sensorTypeId, user, samplingInterval,
+                                                  reportInterval);
+}
+
+int32_t ActivateSensor(int32_t sensorTypeId, const SensorUser* user)
+{
+    return HostSensorService::Instance().Activate(sensorTypeId, user);
+}
+
+int32_t DeactivateSensor(int32_t sensorTypeId, const SensorUser* user)
+{
+    return HostSensorService::Instance().Deactivate(sensorTypeId, user);
+}
+
+int32_t UnsubscribeSensor(int32_t sensorTypeId, const SensorUser* user)
+{
+    return HostSensorService::Instance().Unsubscribe(sensorTypeId, user);
+}
+
+int PlatformLogPrint(PlatformLogType /*type*/, PlatformLogLevel level, unsigned int domain,
+                     const char* tag, const char* fmt, ...)
+{
+    va_list args;
+    va_start(args, fmt);
+    HostLog::Instance().Print(level, domain, tag, fmt, args);
+    va_end(args);
+    return 0;
+}
+
+bool PlatformLogIsLoggable(unsigned int /*domain*/, const char* /*tag*/, PlatformLogLevel level)
+{
+    return HostLog::Instance().IsLoggable(level);
+}
+
+}  // extern "C"
+
+namespace MMI {
+
+InputManager* InputManager::GetInstance()
+{
+    static InputManager* instance = new InputManager;
+    return instance;
+}
+
+int32_t InputManager::AddMonitor(PointerMonitor monitor)
+{
+    return HostInputService::Instance().AddMonitor(std::move(monitor));
+}
+
+void InputManager::RemoveMonitor(int32_t monitorId)
+{
+    HostInputService::Instance().RemoveMonitor(monitorId);
+}
+
+}  // namespace MMI
+
+namespace Tarvo {
+
+bool SetThreadName(const std::string& name)
+{
+    if (Host::gThreadNamingFails) {
+        return false;
+    }
+    return pthread_setname_np(pthread_self(), name.substr(0, 15).c_str()) == 0;
+}
+
+int SemInit(sem_t* sem, int pshared, unsigned int value)
+{
+    WorkerTracker::Instance().OnSemInit(sem);
+    return sem_init(sem, pshared, value);
+}
+
+int SemWait(sem_t* sem)
+{
+    WorkerTracker::Instance().OnSemWait(sem);
+    return sem_wait(sem);
+}
+
+int SemPost(sem_t* sem)
+{
+    // Counted before the post, so the waiter can never be seen ahead of it.
+    WorkerTracker::Instance().OnSemPost(sem);
+    return sem_post(sem);
+}
+
+int SemDestroy(sem_t* sem)
+{
+    WorkerTracker::Instance().OnSemDestroy(sem);
+    return sem_destroy(sem);
+}
+
+}  // namespace Tarvo

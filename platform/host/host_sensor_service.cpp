@@ -1,0 +1,248 @@
+#include "host_sensor_service.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "worker_tracker.h"
+
+namespace Tarvo::Host {
+namespace {
+constexpr int32_t kServiceError = -1;
+const std::vector<int32_t> kDefaultSensors = {
+    SENSOR_TYPE_ID_ACCELEROMETER, SENSOR_TYPE_ID_AMBIENT_LIGHT, SENSOR_TYPE_ID_PROXIMITY};
+}  // namespace
+
+HostSensorService& HostSensorService::Instance()
+{
+    // Never destroyed: the library's sensor worker lives until process exit.
+    static HostSensorService* instance = new HostSensorService;
+    return *instance;
+}
+
+HostSensorService::HostSensorService() : pool_(kBlockFloats * kPoolBlocks, 0.0F)
+{
+    SetDeviceSensors(kDefaultSensors);
+}
+
+bool HostSensorService::FailsLocked(SensorCall call, int32_t sensorTypeId) const
+{
+    return faults_.count({call, std::nullopt}) != 0 || faults_.count({call, sensorTypeId}) != 0;
+}
+
+int32_t HostSensorService::GetAllSensors(SensorInfo** sensorInfo, int32_t* count)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (faults_.count({SensorCall::GET_ALL_SENSORS, std::nullopt}) != 0 || sensorInfo == nullptr ||
+        count == nullptr) {
+        return kServiceError;
+    }
+    std::vector<SensorInfo>& list = sensorLists_.back();
+    *sensorInfo = list.empty() ? nullptr : list.data();
+    *count = static_cast<int32_t>(list.size());
+    return 0;
+}
+
+int32_t HostSensorService::Subscribe(int32_t sensorTypeId, const SensorUser* user)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    const auto& list = sensorLists_.back();
+    const bool present = std::any_of(list.begin(), list.end(), [&](const SensorInfo& info) {
+        return info.sensorTypeId == sensorTypeId;
+    });
+    if (user == nullptr || FailsLocked(SensorCall::SUBSCRIBE_SENSOR, sensorTypeId) || !present) {
+        return kServiceError;
+    }
+    subscriptions_[{user, sensorTypeId}].subscribed = true;
+    return 0;
+}
+
+int32_t HostSensorService::SetBatch(int32_t sensorTypeId, const SensorUser* user,
+                                    int64_t samplingInterval, int64_t reportInterval)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = subscriptions_.find({user, sensorTypeId});
+    if (FailsLocked(SensorCall::SET_BATCH, sensorTypeId) || it == subscriptions_.end() ||
+        !it->second.subscribed) {
+        return kServiceError;
+    }
+    it->second.samplingInterval = samplingInterval;
+    it->second.reportInterval = reportInterval;
+    return 0;
+}
+
+int32_t HostSensorService::Activate(int32_t sensorTypeId, const SensorUser* user)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = subscriptions_.find({user, sensorTypeId});
+    if (FailsLocked(SensorCall::ACTIVATE_SENSOR, sensorTypeId) || it == subscriptions_.end() ||
+        !it->second.subscribed) {
+        return kServiceError;
+    }
+    it->second.active = true;
+    return 0;
+}
+
+int32_t HostSensorService::Deactivate(int32_t sensorTypeId, const SensorUser* user)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = subscriptions_.find({user, sensorTypeId});
+    if (FailsLocked(SensorCall::DEACTIVATE_SENSOR, sensorTypeId) || it == subscriptions_.end() ||
+        !it->second.active) {
+        return kServiceError;
+    }
+    it->second.active = false;
+    return 0;
+}
+
+int32_t HostSensorService::Unsubscribe(int32_t sensorTypeId, const SensorUser* user)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = subscriptions_.find({user, sensorTypeId});
+    if (FailsLocked(SensorCall::UNSUBSCRIBE_SENSOR, sensorTypeId) || it == subscriptions_.end() ||
+        !it->second.subscribed) {
+        return kServiceError;
+    }
+    subscriptions_.erase(it);  // also ends the activation
+    return 0;
+}
+
+void HostSensorService::SetDeviceSensors(const std::vector<int32_t>& sensorTypeIds)
+{
+    std::vector<SensorInfo> list;
+    for (int32_t id : sensorTypeIds) {
+        SensorInfo info{};
+        std::snprintf(info.sensorName, sizeof(info.sensorName), "sensor_%d", id);
+        info.sensorTypeId = id;
+        list.push_back(info);
+    }
+    std::lock_guard<std::mutex> lock(mutex_);
+    sensorLists_.push_back(std::move(list));
+}
+
+void HostSensorService::Fail(SensorCall call, std::optional<int32_t> sensorTypeId)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    faults_.insert({call, sensorTypeId});
+}
+
+void HostSensorService::Heal(SensorCall call, std::optional<int32_t> sensorTypeId)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    faults_.erase({call, sensorTypeId});
+}
+
+void HostSensorService::InjectSample(int32_t sensorTypeId, const std::vector<float>& values,
+                                     int64_t timestamp)
+{
+    Enqueue(Delivery{false, sensorTypeId, values, timestamp});
+}
+
+void HostSensorService::InjectNullEvent()
+{
+    Enqueue(Delivery{true, 0, {}, 0});
+}
+
+void HostSensorService::Enqueue(Delivery delivery)
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        queue_.push_back(std::move(delivery));
+        if (thread_ == nullptr) {
+            thread_ = std::make_unique<std::thread>([this] { DeliveryLoop(); });
+            thread_->detach();  // lives as long as the (never destroyed) service
+        }
+    }
+    wake_.notify_one();
+}
+
+void HostSensorService::DeliveryLoop()
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+        wake_.wait(lock, [this] { return !queue_.empty(); });
+        Delivery delivery = std::move(queue_.front());
+        queue_.pop_front();
+        delivering_ = true;
+        lock.unlock();
+        Deliver(delivery);
+        lock.lock();
+        delivering_ = false;
+        lock.unlock();
+        WorkerTracker::Instance().Notify();
+        lock.lock();
+    }
+}
+
+void HostSensorService::Deliver(const Delivery& delivery)
+{
+    // Subscribers are called without the service's lock: they may call back in.
+    std::vector<const SensorUser*> recipients;
+    float* block = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        for (const auto& [key, state] : subscriptions_) {
+            const bool wanted = delivery.null || key.second == delivery.sensorTypeId;
+            if (wanted && state.active &&
+                std::find(recipients.begin(), recipients.end(), key.first) == recipients.end()) {
+                recipients.push_back(key.first);
+            }
+        }
+        if (!delivery.null) {
+            block = &pool_[nextBlock_ * kBlockFloats];
+            nextBlock_ = (nextBlock_ + 1) % kPoolBlocks;
+        }
+    }
+    const size_t count = std::min(delivery.values.size(), kBlockFloats);
+    if (block != nullptr) {
+        std::fill(block, block + kBlockFloats, 0.0F);
+        std::copy(delivery.values.begin(), delivery.values.begin() + count, block);
+    }
+    for (const SensorUser* user : recipients) {
+        RecordSensorCallback callback = user->callback;
+        if (callback == nullptr) {
+            continue;
+        }
+        if (delivery.null) {
+            callback(nullptr);
+            continue;
+        }
+        SensorEvent event{};
+        event.sensorTypeId = delivery.sensorTypeId;
+        event.timestamp = delivery.timestamp;
+        event.data = reinterpret_cast<uint8_t*>(block);
+        event.dataLen = static_cast<uint32_t>(std::max<size_t>(count, 4) * sizeof(float));
+        callback(&event);
+    }
+}
+
+SubscriptionState HostSensorService::GetSubscription(const void* user, int32_t sensorTypeId)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = subscriptions_.find({static_cast<const SensorUser*>(user), sensorTypeId});
+    return it == subscriptions_.end() ? SubscriptionState{} : it->second;
+}
+
+int HostSensorService::ActiveSubscriberCount(int32_t sensorTypeId)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return static_cast<int>(
+        std::count_if(subscriptions_.begin(), subscriptions_.end(), [&](const auto& entry) {
+            return entry.first.second == sensorTypeId && entry.second.active;
+        }));
+}
+
+bool HostSensorService::Idle()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return queue_.empty() && !delivering_;
+}
+
+void HostSensorService::Reset()
+{
+    SetDeviceSensors(kDefaultSensors);
+    std::lock_guard<std::mutex> lock(mutex_);
+    subscriptions_.clear();
+    faults_.clear();
+}
+
+}  // namespace Tarvo::Host

@@ -1,0 +1,80 @@
+// The simulated sensor service: the device's sensor list, each subscriber's
+// subscribe/batch/activate state, fault injection, and delivery of samples on the
+// service's own thread to the subscribers that have activated the sensor.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "host_platform.h"
+#include "sensor_service_client.h"
+
+namespace Tarvo::Host {
+
+class HostSensorService {
+public:
+    static HostSensorService& Instance();
+
+    // The client calls.
+    int32_t GetAllSensors(SensorInfo** sensorInfo, int32_t* count);
+    int32_t Subscribe(int32_t sensorTypeId, const SensorUser* user);
+    int32_t SetBatch(int32_t sensorTypeId, const SensorUser* user, int64_t samplingInterval,
+                     int64_t reportInterval);
+    int32_t Activate(int32_t sensorTypeId, const SensorUser* user);
+    int32_t Deactivate(int32_t sensorTypeId, const SensorUser* user);
+    int32_t Unsubscribe(int32_t sensorTypeId, const SensorUser* user);
+
+    // The control side.
+    void SetDeviceSensors(const std::vector<int32_t>& sensorTypeIds);
+    void Fail(SensorCall call, std::optional<int32_t> sensorTypeId);
+    void Heal(SensorCall call, std::optional<int32_t> sensorTypeId);
+    void InjectSample(int32_t sensorTypeId, const std::vector<float>& values, int64_t timestamp);
+    void InjectNullEvent();
+    SubscriptionState GetSubscription(const void* user, int32_t sensorTypeId);
+    int ActiveSubscriberCount(int32_t sensorTypeId);
+    bool Idle();
+    void Reset();
+
+private:
+    // A data block holds at least four floats; longer samples are cut to its size.
+    static constexpr size_t kBlockFloats = 64;
+    static constexpr size_t kPoolBlocks = 1024;
+
+    struct Delivery {
+        bool null = false;
+        int32_t sensorTypeId = 0;
+        std::vector<float> values;
+        int64_t timestamp = 0;
+    };
+
+    HostSensorService();
+    bool FailsLocked(SensorCall call, int32_t sensorTypeId) const;
+    void Enqueue(Delivery delivery);
+    void DeliveryLoop();
+    void Deliver(const Delivery& delivery);
+
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    // Every list ever set stays alive: a caller may still hold a pointer into it.
+    std::deque<std::vector<SensorInfo>> sensorLists_;
+    std::map<std::pair<const SensorUser*, int32_t>, SubscriptionState> subscriptions_;
+    std::set<std::pair<SensorCall, std::optional<int32_t>>> faults_;
+    std::deque<Delivery> queue_;
+    bool delivering_ = false;
+    std::unique_ptr<std::thread> thread_;
+    // Sample data stays readable after delivery, because the library reads it later on
+    // its worker; blocks are reused round-robin, so a pointer never dangles.
+    std::vector<float> pool_;
+    size_t nextBlock_ = 0;
+};
+
+}  // namespace Tarvo::Host
