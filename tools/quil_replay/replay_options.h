@@ -1,0 +1,25 @@
+// Command-line options of quil-replay.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace Tarvo::Replay {
+
+struct ReplayOptions {
+    int logLevel = 8;  // platform log level: 3 debug .. 7 fatal, 8 off
+    bool json = false;
+    bool realtime = false;
+    double speed = 1.0;
+    bool help = false;
+    bool version = false;
+    std::string plugin;  // empty: next to the executable
+    std::vector<std::string> traces;
+
+    // False with `error` set on a usage error.
+    static bool Parse(const std::vector<std::string>& args, ReplayOptions& options,
+                      std::string& error);
+    static const char* Usage();
+};
+
+}  // namespace Tarvo::Replay

@@ -1,0 +1,376 @@
+#include "trace_parser.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <map>
+#include <sstream>
+
+namespace Tarvo::Replay {
+namespace {
+
+// Parses the records of one line; throws nothing, reports through `problem`.
+class LineParser {
+public:
+    LineParser(std::vector<std::string> tokens, TraceRecord& record)
+        : tokens_(std::move(tokens)), record_(record)
+    {
+    }
+
+    bool Parse(std::string& problem);
+
+private:
+    using Handler = bool (LineParser::*)(std::string&);
+
+    bool Fail(std::string& problem, const std::string& what)
+    {
+        problem = what;
+        return false;
+    }
+    const std::string& Keyword() const { return tokens_[0]; }
+    size_t ArgCount() const { return tokens_.size() - 1; }
+    static std::string Plural(size_t n, const char* noun)
+    {
+        return std::to_string(n) + " " + noun + (n == 1 ? "" : "s");
+    }
+
+    bool Int(const std::string& token, int32_t& out, std::string& problem);
+    bool Float(const std::string& token, float& out, std::string& problem);
+    bool IdList(const std::string& token, std::vector<int32_t>& out, std::string& problem);
+    bool Action(const std::string& token, int32_t& out, std::string& problem);
+    bool ExpectArgs(size_t count, const char* what, std::string& problem);
+
+    bool HostCallWithArg(std::string& problem);
+    bool HostCall(std::string& problem);
+    bool Sample(std::string& problem);
+    bool Touch(std::string& problem);
+    bool TouchNoItem(std::string& problem);
+    bool DeviceSensors(std::string& problem);
+    bool Fault(std::string& problem);
+    bool IntSetting(std::string& problem);
+
+    std::vector<std::string> tokens_;
+    TraceRecord& record_;
+};
+
+struct KeywordEntry {
+    RecordKind kind;
+    bool (LineParser::*handler)(std::string&);
+};
+
+bool LineParser::Int(const std::string& token, int32_t& out, std::string& problem)
+{
+    size_t digits = (token[0] == '+' || token[0] == '-') ? 1 : 0;
+    if (digits == token.size() ||
+        token.find_first_not_of("0123456789", digits) != std::string::npos) {
+        return Fail(problem, "'" + token + "' is not an integer");
+    }
+    errno = 0;
+    const long long value = std::strtoll(token.c_str(), nullptr, 10);
+    if (errno == ERANGE || value < INT32_MIN || value > INT32_MAX) {
+        return Fail(problem, "'" + token + "' does not fit in 32 bits");
+    }
+    out = static_cast<int32_t>(value);
+    return true;
+}
+
+bool LineParser::Float(const std::string& token, float& out, std::string& problem)
+{
+    char* end = nullptr;
+    out = std::strtof(token.c_str(), &end);  // out-of-range values become ±inf or 0
+    if (end == token.c_str() || *end != '\0') {
+        return Fail(problem, "'" + token + "' is not a number");
+    }
+    return true;
+}
+
+bool LineParser::IdList(const std::string& token, std::vector<int32_t>& out, std::string& problem)
+{
+    out.clear();
+    if (token == "-") {
+        return true;
+    }
+    size_t start = 0;
+    for (;;) {
+        const size_t comma = token.find(',', start);
+        const std::string item =
+            token.substr(start, comma == std::string::npos ? std::string::npos : comma - start);
+        int32_t id = 0;
+        if (item.empty() || !Int(item, id, problem)) {
+            return Fail(problem, "'" + token + "' is not a list of ids (like 0,1,2 or -)");
+        }
+        out.push_back(id);
+        if (comma == std::string::npos) {
+            return true;
+        }
+        start = comma + 1;
+    }
+}
+
+bool LineParser::Action(const std::string& token, int32_t& out, std::string& problem)
+{
+    static const std::map<std::string, int32_t> kActions = {{"down", 2}, {"move", 3}, {"up", 4}};
+    auto named = kActions.find(token);
+    if (named != kActions.end()) {
+        out = named->second;
+        return true;
+    }
+    if (!Int(token, out, problem)) {
+        return Fail(problem,
+                    "'" + token + "' is not a pointer action (down, move, up or a number)");
+    }
+    return true;
+}
+
+bool LineParser::ExpectArgs(size_t count, const char* what, std::string& problem)
+{
+    if (ArgCount() != count) {
+        return Fail(problem,
+                    Keyword() + " needs " + what + ", got " + Plural(ArgCount(), "argument"));
+    }
+    return true;
+}
+
+bool LineParser::HostCallWithArg(std::string& problem)
+{
+    return ExpectArgs(1, "a motion type", problem) && Int(tokens_[1], record_.value, problem);
+}
+
+bool LineParser::HostCall(std::string& problem)
+{
+    if (ArgCount() != 0) {
+        return Fail(problem, Keyword() + " takes no arguments");
+    }
+    return true;
+}
+
+bool LineParser::Sample(std::string& problem)
+{
+    size_t first = 1;
+    size_t needed = 0;
+    if (Keyword() == "acc") {
+        record_.value = 1;
+        needed = 3;
+    } else if (Keyword() == "light") {
+        record_.value = 5;
+        needed = 1;
+    } else if (Keyword() == "prox") {
+        record_.value = 12;
+        needed = 1;
+    } else {  // sensor ID F...
+        if (ArgCount() < 2) {
+            return Fail(problem, "sensor needs a sensor type id and at least 1 number");
+        }
+        if (!Int(tokens_[1], record_.value, problem)) {
+            return false;
+        }
+        first = 2;
+    }
+    if (needed != 0 && ArgCount() != needed) {
+        return Fail(problem, Keyword() + " needs " + Plural(needed, "number") + ", got " +
+                                 std::to_string(ArgCount()));
+    }
+    for (size_t i = first; i < tokens_.size(); ++i) {
+        float value = 0.0F;
+        if (!Float(tokens_[i], value, problem)) {
+            return false;
+        }
+        record_.floats.push_back(value);
+    }
+    return true;
+}
+
+bool LineParser::Touch(std::string& problem)
+{
+    if (ArgCount() != 5) {
+        return Fail(problem,
+                    "touch needs ACTION ID X Y IDS, got " + Plural(ArgCount(), "argument"));
+    }
+    return Action(tokens_[1], record_.action, problem) &&
+           Int(tokens_[2], record_.pointerId, problem) && Int(tokens_[3], record_.x, problem) &&
+           Int(tokens_[4], record_.y, problem) && IdList(tokens_[5], record_.ids, problem);
+}
+
+bool LineParser::TouchNoItem(std::string& problem)
+{
+    if (ArgCount() != 3) {
+        return Fail(problem,
+                    "touch-noitem needs ACTION ID IDS, got " + Plural(ArgCount(), "argument"));
+    }
+    return Action(tokens_[1], record_.action, problem) &&
+           Int(tokens_[2], record_.pointerId, problem) && IdList(tokens_[3], record_.ids, problem);
+}
+
+bool LineParser::DeviceSensors(std::string& problem)
+{
+    return ExpectArgs(1, "a list of sensor type ids", problem) &&
+           IdList(tokens_[1], record_.ids, problem);
+}
+
+bool LineParser::Fault(std::string& problem)
+{
+    if (ArgCount() < 1 || ArgCount() > 2) {
+        return Fail(problem, Keyword() + " needs CALL [ID], got " + Plural(ArgCount(), "argument"));
+    }
+    auto call = Host::SensorCallFromName(tokens_[1]);
+    if (!call.has_value()) {
+        return Fail(problem, "unknown sensor service call '" + tokens_[1] +
+                                 "' (GetAllSensors, SubscribeSensor, SetBatch, ActivateSensor, "
+                                 "DeactivateSensor, UnsubscribeSensor)");
+    }
+    record_.call = *call;
+    if (ArgCount() == 2) {
+        if (*call == Host::SensorCall::GET_ALL_SENSORS) {
+            return Fail(problem, "GetAllSensors takes no sensor id");
+        }
+        int32_t id = 0;
+        if (!Int(tokens_[2], id, problem)) {
+            return false;
+        }
+        record_.callSensor = id;
+    }
+    return true;
+}
+
+bool LineParser::IntSetting(std::string& problem)
+{
+    return ExpectArgs(1, "an integer", problem) && Int(tokens_[1], record_.value, problem);
+}
+
+bool LineParser::Parse(std::string& problem)
+{
+    static const std::map<std::string, KeywordEntry> kKeywords = {
+        {"enable", {RecordKind::ENABLE, &LineParser::HostCallWithArg}},
+        {"disable", {RecordKind::DISABLE, &LineParser::HostCallWithArg}},
+        {"disable-count", {RecordKind::DISABLE_COUNT, &LineParser::HostCallWithArg}},
+        {"supported", {RecordKind::SUPPORTED, &LineParser::HostCallWithArg}},
+        {"idle", {RecordKind::IDLE, &LineParser::HostCall}},
+        {"register", {RecordKind::REGISTER, &LineParser::HostCall}},
+        {"unregister", {RecordKind::UNREGISTER, &LineParser::HostCall}},
+        {"acc", {RecordKind::SAMPLE, &LineParser::Sample}},
+        {"light", {RecordKind::SAMPLE, &LineParser::Sample}},
+        {"prox", {RecordKind::SAMPLE, &LineParser::Sample}},
+        {"sensor", {RecordKind::SAMPLE, &LineParser::Sample}},
+        {"null-event", {RecordKind::NULL_EVENT, &LineParser::HostCall}},
+        {"touch", {RecordKind::TOUCH, &LineParser::Touch}},
+        {"touch-noitem", {RecordKind::TOUCH_NO_ITEM, &LineParser::TouchNoItem}},
+        {"device-sensors", {RecordKind::DEVICE_SENSORS, &LineParser::DeviceSensors}},
+        {"fail", {RecordKind::FAIL, &LineParser::Fault}},
+        {"heal", {RecordKind::HEAL, &LineParser::Fault}},
+        {"monitor-id", {RecordKind::MONITOR_ID, &LineParser::IntSetting}},
+        {"host-return", {RecordKind::HOST_RETURN, &LineParser::IntSetting}},
+    };
+    auto entry = kKeywords.find(Keyword());
+    if (entry == kKeywords.end()) {
+        return Fail(problem, "unknown record '" + Keyword() + "'");
+    }
+    record_.kind = entry->second.kind;
+    return (this->*entry->second.handler)(problem);
+}
+
+std::vector<std::string> Tokenize(const std::string& line)
+{
+    std::vector<std::string> tokens;
+    size_t pos = 0;
+    while (pos < line.size()) {
+        const size_t start = line.find_first_not_of(" \t", pos);
+        if (start == std::string::npos) {
+            break;
+        }
+        const size_t end = line.find_first_of(" \t", start);
+        tokens.push_back(line.substr(start, end == std::string::npos ? end : end - start));
+        pos = end == std::string::npos ? line.size() : end;
+    }
+    return tokens;
+}
+
+// "@MS": a non-negative decimal number of milliseconds.
+bool ParseStamp(const std::string& token, double& stamp)
+{
+    const std::string number = token.substr(1);
+    const size_t dot = number.find('.');
+    const std::string whole = number.substr(0, dot);
+    const std::string fraction = dot == std::string::npos ? "0" : number.substr(dot + 1);
+    if (whole.empty() || fraction.empty() ||
+        whole.find_first_not_of("0123456789") != std::string::npos ||
+        fraction.find_first_not_of("0123456789") != std::string::npos) {
+        return false;
+    }
+    stamp = std::strtod(number.c_str(), nullptr);
+    return std::isfinite(stamp);
+}
+
+}  // namespace
+
+bool TraceParser::ParseText(const std::string& name, const std::string& text,
+                            std::vector<TraceRecord>& records, std::string& error)
+{
+    std::optional<double> lastStamp;
+    std::istringstream input(text);
+    std::string line;
+    for (int number = 1; std::getline(input, line); ++number) {
+        if (!line.empty() && line.back() == '\r') {
+            line.pop_back();
+        }
+        line = line.substr(0, line.find('#'));
+        std::vector<std::string> tokens = Tokenize(line);
+        if (tokens.empty()) {
+            continue;
+        }
+        auto fail = [&](const std::string& problem) {
+            error = name + ":" + std::to_string(number) + ": " + problem;
+            return false;
+        };
+        TraceRecord record;
+        record.file = name;
+        record.line = number;
+        if (tokens[0][0] == '@') {
+            double stamp = 0.0;
+            if (!ParseStamp(tokens[0], stamp)) {
+                return fail("'" + tokens[0] + "' is not a time stamp (@ and milliseconds)");
+            }
+            if (lastStamp.has_value() && stamp < *lastStamp) {
+                return fail("time stamp " + tokens[0].substr(1) +
+                            " is earlier than the one before");
+            }
+            lastStamp = stamp;
+            record.stamp = stamp;
+            tokens.erase(tokens.begin());
+            if (tokens.empty()) {
+                return fail("a time stamp needs a record after it");
+            }
+        }
+        std::string problem;
+        if (!LineParser(std::move(tokens), record).Parse(problem)) {
+            return fail(problem);
+        }
+        records.push_back(std::move(record));
+    }
+    return true;
+}
+
+bool TraceParser::ParseFile(const std::string& path, std::vector<TraceRecord>& records,
+                            std::string& error)
+{
+    std::string text;
+    if (path == "-") {
+        text.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
+        return ParseText("-", text, records, error);
+    }
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        error = path + ": cannot be read";
+        return false;
+    }
+    text.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    if (file.bad()) {
+        error = path + ": cannot be read";
+        return false;
+    }
+    return ParseText(path, text, records, error);
+}
+
+}  // namespace Tarvo::Replay
