@@ -42,10 +42,18 @@ std::shared_ptr<IMotionAlgo::Callback> AlgoGestureState::callbackImpl_;
 const char* StateName(States state)
 {
     static constexpr const char* kNames[] = {
-        "STATE_IDLE",         "STATE_ONE_FINGER_DOWN",    "STATE_ONE_FINGER_MOVE",
-        "STATE_SWIPE",        "STATE_TWO_FINGERS_DOWN",   "STATE_TWO_FINGERS_MOVE",
-        "STATE_PINCH",        "STATE_THREE_FINGERS_DOWN", "STATE_THREE_FINGERS_MOVE",
-        "STATE_SLIDE",        "STATE_END",                "STATE_ERROR",
+        "STATE_IDLE",
+        "STATE_ONE_FINGER_DOWN",
+        "STATE_ONE_FINGER_MOVE",
+        "STATE_SWIPE",
+        "STATE_TWO_FINGERS_DOWN",
+        "STATE_TWO_FINGERS_MOVE",
+        "STATE_PINCH",
+        "STATE_THREE_FINGERS_DOWN",
+        "STATE_THREE_FINGERS_MOVE",
+        "STATE_SLIDE",
+        "STATE_END",
+        "STATE_ERROR",
     };
     if (state < STATE_IDLE || state > STATE_ERROR) {
         return "STATE_UNKNOWN";
@@ -223,8 +231,8 @@ States AlgoGestureState::Transit(const LogSite& site, States to) const
 void AlgoGestureState::LogWrongInput(const LogSite& site, const PointerEvent& event) const
 {
     QUIL_LOG(LOG_LEVEL_ERROR, site.tag, site.op,
-             "The wrong input data,pointerId:%{public}d,pointerAction:%{public}d",
-             event.pointerId, event.pointerAction);
+             "The wrong input data,pointerId:%{public}d,pointerAction:%{public}d", event.pointerId,
+             event.pointerAction);
 }
 
 States AlgoGestureState::FailWrongInput(const LogSite& site, const PointerEvent& event)

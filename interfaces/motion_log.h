@@ -16,12 +16,12 @@ namespace Tarvo::Quil {
 constexpr unsigned int kMotionLogDomain = 0xD002210;
 }  // namespace Tarvo::Quil
 
-#define QUIL_LOG(level, tag, op, fmt, ...)                                                  \
-    do {                                                                                    \
-        if (PlatformLogIsLoggable(::Tarvo::Quil::kMotionLogDomain, (tag), (level))) {       \
+#define QUIL_LOG(level, tag, op, fmt, ...)                                                   \
+    do {                                                                                     \
+        if (PlatformLogIsLoggable(::Tarvo::Quil::kMotionLogDomain, (tag), (level))) {        \
             PlatformLogPrint(LOG_TYPE_CORE, (level), ::Tarvo::Quil::kMotionLogDomain, (tag), \
-                             "in %{public}s, " fmt, (op), ##__VA_ARGS__);                   \
-        }                                                                                   \
+                             "in %{public}s, " fmt, (op), ##__VA_ARGS__);                    \
+        }                                                                                    \
     } while (0)
 
 #define MLOGD(fmt, ...) QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, __func__, fmt, ##__VA_ARGS__)

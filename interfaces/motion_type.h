@@ -14,9 +14,9 @@ enum MotionType : int32_t {
     MOTION_TYPE_ROTATE = 4,
     MOTION_TYPE_SHAKE = 6,
     MOTION_TYPE_POCKET = 7,
-    MOTION_TYPE_SWIPE_LEFT = 9,   // from the right edge, direction 1
-    MOTION_TYPE_SWIPE_RIGHT = 10, // from the left edge, direction 3
-    MOTION_TYPE_SWIPE_UP = 11,    // from the bottom edge, direction 0
+    MOTION_TYPE_SWIPE_LEFT = 9,    // from the right edge, direction 1
+    MOTION_TYPE_SWIPE_RIGHT = 10,  // from the left edge, direction 3
+    MOTION_TYPE_SWIPE_UP = 11,     // from the bottom edge, direction 0
     MOTION_TYPE_PINCH = 12,
     MOTION_TYPE_THREE_FINGERS_SLIDE = 13,
 };

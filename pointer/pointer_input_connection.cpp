@@ -135,10 +135,13 @@ void PointerInputConnection::AlgorithmLoop()
         MLOGE("SetThreadName std::string(\"os_mot_poi_con\") failed");
     }
     MLOGD("enter");
-    while (running_) {
+    // The flag is tested after each wake-up, the first one included: an unsubscribe that
+    // races the thread's start then parks the worker until destruction, as it does
+    // otherwise, instead of letting it end before it ever waited.
+    do {
         SemWait(&sem_);
         NotifyPointerEvent();
-    }
+    } while (running_);
 }
 
 }  // namespace Tarvo::Quil

@@ -106,8 +106,9 @@ TEST_F(AlgoStateManagerTest, ReportsWithholdInProgressAndFinishResetsAllButType)
                 ElementsAre(testing::AllOf(IsReport(10, 1), WithStatus(1)),
                             testing::AllOf(IsReport(10, 2), WithStatus(3), WithMove(100.0))));
     const MotionData& after = AlgoGestureState::GetReportInfo();
-    EXPECT_EQ(after.Dump(), "type:10 result:-1 status:-1 action:-1 direction:-1 rotateAction:-1 "
-                            "move:0.000000");
+    EXPECT_EQ(after.Dump(),
+              "type:10 result:-1 status:-1 action:-1 direction:-1 rotateAction:-1 "
+              "move:0.000000");
 }
 
 TEST_F(AlgoStateManagerTest, ReportWithoutCallbackOnlyLogs)

@@ -87,7 +87,8 @@ TEST_F(MotionAlgoManagerTest, SharedSensorStaysSubscribedUntilItsLastUserIsDisab
     EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kProx), 1);
 
     ASSERT_EQ(manager_->Disable(3), 0);
-    EXPECT_TRUE(log.Contains(kTag, "in DisableSensorType, Exist active algo, can not unregister sensor",
+    EXPECT_TRUE(log.Contains(kTag,
+                             "in DisableSensorType, Exist active algo, can not unregister sensor",
                              LOG_LEVEL_ERROR));
     EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 1);
 
@@ -171,7 +172,8 @@ TEST_F(MotionAlgoManagerTest, GetAllSensorsFailureMeansUnsupported)
     HostPlatform::Fail(SensorCall::GET_ALL_SENSORS, std::nullopt);
     LogCapture log;
     EXPECT_EQ(manager_->Enable(3), -1);
-    EXPECT_TRUE(log.Contains("SensorConnection", "in IsSupportedSensor, Failed to get all sensors"));
+    EXPECT_TRUE(
+        log.Contains("SensorConnection", "in IsSupportedSensor, Failed to get all sensors"));
 }
 
 TEST_F(MotionAlgoManagerTest, GesturePipelineStaysUpOnceEnabled)

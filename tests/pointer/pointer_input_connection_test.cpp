@@ -111,7 +111,9 @@ TEST_F(PointerInputConnectionTest, UnsubscribingRemovesTheMonitor)
 
 TEST_F(PointerInputConnectionTest, DestroyingAnUnsubscribedConnectionIsSafe)
 {
-    { PointerInputConnection neverStarted; }
+    {
+        PointerInputConnection neverStarted;
+    }
     HostPlatform::SetThreadNamingFails(true);
     LogCapture log;
     {
@@ -119,8 +121,8 @@ TEST_F(PointerInputConnectionTest, DestroyingAnUnsubscribedConnectionIsSafe)
         ASSERT_EQ(connection.SubscribePointerInput(), 0);
         ASSERT_TRUE(HostPlatform::WaitIdle());
     }
-    EXPECT_TRUE(log.Contains(kTag,
-                             "in AlgorithmLoop, SetThreadName std::string(\"os_mot_poi_con\") failed"));
+    EXPECT_TRUE(log.Contains(
+        kTag, "in AlgorithmLoop, SetThreadName std::string(\"os_mot_poi_con\") failed"));
 }
 
 TEST(AlgoGestureManagerTest, FeedsEveryRecordThroughTheStateMachine)

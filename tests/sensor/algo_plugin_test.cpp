@@ -62,8 +62,9 @@ TEST_F(AlgoPluginTest, RotationIsComparedOnItsOrientation)
     EXPECT_EQ(algo_.Report(Outcome(4, 1, 0)), 0);
     EXPECT_EQ(algo_.Report(Outcome(4, 5, 0)), 0);  // result changed, orientation did not
     EXPECT_EQ(algo_.Report(Outcome(4, 1, 3)), 0);
-    EXPECT_THAT(callback_->Reports(),
-                ElementsAre(WithRotateAction(0), testing::AllOf(IsReport(4, 1), WithRotateAction(3))));
+    EXPECT_THAT(
+        callback_->Reports(),
+        ElementsAre(WithRotateAction(0), testing::AllOf(IsReport(4, 1), WithRotateAction(3))));
 }
 
 TEST_F(AlgoPluginTest, RefusedReportIsOfferedAgain)

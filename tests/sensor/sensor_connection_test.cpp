@@ -137,7 +137,8 @@ TEST_F(SensorConnectionTest, NullEventIsLoggedAndNotQueued)
     LogCapture log;
     HostPlatform::InjectNullEvent();
     ASSERT_TRUE(HostPlatform::WaitIdle());
-    EXPECT_EQ(log.Count(kTag, "in SensorDataCallbackImpl, SensorDataCallbackImpl event is null"), 1);
+    EXPECT_EQ(log.Count(kTag, "in SensorDataCallbackImpl, SensorDataCallbackImpl event is null"),
+              1);
     EXPECT_EQ(log.Count(kTag, "in HandleSensorEvent, enter"), 0);
     EXPECT_TRUE(received.samples.empty());
     connection_.UnregisterSensor(kTestType, 1);

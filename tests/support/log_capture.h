@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host_platform.h"
+#include "platform_log.h"
 
 namespace Tarvo::Quil::Test {
 

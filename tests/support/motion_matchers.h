@@ -16,8 +16,9 @@ inline void PrintTo(const MotionData& data, std::ostream* os)
 
 namespace Tarvo::Quil::Test {
 
-MATCHER_P2(IsReport, type, result, "is a report of type " + testing::PrintToString(type) +
-                                       " with result " + testing::PrintToString(result))
+MATCHER_P2(IsReport, type, result,
+           "is a report of type " + testing::PrintToString(type) + " with result " +
+               testing::PrintToString(result))
 {
     return arg.type == type && arg.result == result;
 }
