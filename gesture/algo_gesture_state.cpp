@@ -11,6 +11,7 @@ namespace {
 constexpr char kLogTag[] = "AlgoGestureState";
 constexpr double kDegreesPerRadian = 57.29577951308232;
 
+constexpr size_t kMaxStoredRecords = 32;  // down and move records of 16 fingers
 constexpr int32_t kGestureResultFinished = 2;
 constexpr int32_t kGestureStatusInProgress = 2;
 constexpr int32_t kGestureStatusEnd = 3;
@@ -263,7 +264,19 @@ bool AlgoGestureState::HasRecord(int32_t pointerId, int32_t pointerAction) const
 
 void AlgoGestureState::StoreEvent(const PointerEvent& event, int32_t pointerAction)
 {
-    pointerEvents_[PointerKey{event.pointerId, pointerAction}] = event;
+    const PointerKey key{event.pointerId, pointerAction};
+    auto it = pointerEvents_.find(key);
+    if (it != pointerEvents_.end()) {
+        it->second = event;
+        return;
+    }
+    // A screen has a handful of fingers, each with a down and a move record; a stream of
+    // ever-new ids must not grow the store without bound.
+    if (pointerEvents_.size() >= kMaxStoredRecords) {
+        MLOGE("MAP store error,store is full");
+        return;
+    }
+    pointerEvents_.emplace(key, event);
 }
 
 std::vector<PointerEvent> AlgoGestureState::CollectRecords() const

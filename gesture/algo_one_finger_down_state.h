@@ -1,10 +1,20 @@
-// Placeholder until the state is implemented: behaves as the base (returns STATE_IDLE).
+// The first finger is down: it moves, is joined by a second finger, or lifts.
 #pragma once
 
 #include "algo_gesture_state.h"
 
 namespace Tarvo::Quil {
 
-class AlgoOneFingerDownState : public AlgoGestureState {};
+class AlgoOneFingerDownState : public AlgoGestureState {
+public:
+    States HandleDownEvent(const PointerEvent& event) override;
+    States HandleMoveEvent(const PointerEvent& event) override;
+    States HandleUpEvent(const PointerEvent& event) override;
+
+private:
+    // The shared geometry, with an entry line of this state's own.
+    int GetDistance(const std::vector<PointerEvent>& events) const;
+    int GetAngle(const std::vector<PointerEvent>& events) const;
+};
 
 }  // namespace Tarvo::Quil

@@ -1,10 +1,16 @@
-// Placeholder until the state is implemented: behaves as the base (returns STATE_IDLE).
+// An edge swipe has been recognised and reported; follows its travel and sends the
+// finishing report when the finger lifts or another finger comes down.
 #pragma once
 
 #include "algo_gesture_state.h"
 
 namespace Tarvo::Quil {
 
-class AlgoSwipeState : public AlgoGestureState {};
+class AlgoSwipeState : public AlgoGestureState {
+public:
+    States HandleDownEvent(const PointerEvent& event) override;
+    States HandleMoveEvent(const PointerEvent& event) override;
+    States HandleUpEvent(const PointerEvent& event) override;
+};
 
 }  // namespace Tarvo::Quil

@@ -189,6 +189,7 @@ TEST_F(MotionAlgoManagerTest, GesturePipelineStaysUpOnceEnabled)
 
     // Gestures are still recognised: a swipe in from the left edge.
     HostPlatform::InjectTouch(2, 0, 50, 1000, {0});
+    HostPlatform::InjectTouch(3, 0, 90, 1000, {0});
     HostPlatform::InjectTouch(3, 0, 200, 1000, {0});
     HostPlatform::InjectTouch(4, 0, 200, 1000, {0});
     ASSERT_TRUE(HostPlatform::WaitIdle());
