@@ -21,10 +21,15 @@ std::string Print(cJSON* object)
 
 void AddStamp(cJSON* object, std::optional<double> stamp)
 {
-    if (stamp.has_value()) {
-        cJSON_AddItemToObject(object, "t",
-                              cJSON_CreateRaw(OutputWriter::JsonDouble(*stamp).c_str()));
+    if (!stamp.has_value()) {
+        return;
     }
+    // Whole milliseconds print as the trace writes them ("t":100), fractions as needed.
+    std::string text = OutputWriter::JsonDouble(*stamp);
+    if (text.size() > 2 && text.compare(text.size() - 2, 2, ".0") == 0) {
+        text.resize(text.size() - 2);
+    }
+    cJSON_AddItemToObject(object, "t", cJSON_CreateRaw(text.c_str()));
 }
 
 }  // namespace
@@ -35,6 +40,11 @@ std::string OutputWriter::JsonDouble(double value)
         return "null";
     }
     char buffer[32];
+    // Whole numbers in fixed notation ("300.0"), the rest in their shortest exact form.
+    if (std::floor(value) == value && std::fabs(value) < 1e16) {
+        std::snprintf(buffer, sizeof(buffer), "%.0f.0", value);
+        return buffer;
+    }
     for (int precision = 1; precision <= 17; ++precision) {
         std::snprintf(buffer, sizeof(buffer), "%.*g", precision, value);
         if (std::strtod(buffer, nullptr) == value) {

@@ -1,0 +1,182 @@
+// One-finger gestures: down, move, swipe and end states driven through the machine.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+
+#include "gesture_driver.h"
+#include "log_capture.h"
+#include "motion_matchers.h"
+
+namespace Tarvo::Quil::Test {
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class OneFingerTest : public testing::Test {
+protected:
+    // Down at (x0, y0), then a move to (x1, y1) and one to (x2, y2).
+    States Track(int32_t x0, int32_t y0, int32_t x1, int32_t y1, int32_t x2, int32_t y2)
+    {
+        g_.Down(0, x0, y0, {0});
+        g_.Move(0, x1, y1, {0});
+        return g_.Move(0, x2, y2, {0});
+    }
+
+    GestureDriver g_;
+};
+
+TEST_F(OneFingerTest, TapIsNoGesture)
+{
+    EXPECT_EQ(g_.Down(0, 500, 900, {0}), STATE_ONE_FINGER_DOWN);
+    EXPECT_EQ(g_.Up(0, 500, 900, {0}), STATE_IDLE);
+    EXPECT_THAT(g_.Reports(), IsEmpty());
+}
+
+TEST_F(OneFingerTest, SecondFingerStartsATwoFingerGestureWithDistanceAndAngle)
+{
+    g_.Down(0, 0, 0, {0});
+    EXPECT_EQ(g_.Down(1, 300, 400, {0, 1}), STATE_TWO_FINGERS_DOWN);
+    EXPECT_EQ(g_.Data().distance, 500);
+    EXPECT_EQ(g_.Data().angle, 53);
+}
+
+TEST_F(OneFingerTest, DownStateRejectsWhatFitsNoGesture)
+{
+    g_.Down(0, 10, 10, {0});
+    LogCapture log;
+    EXPECT_EQ(g_.Down(1, 10, 10, {0, 1}), STATE_ERROR);  // coinciding positions
+    EXPECT_TRUE(log.Contains("AlgoOneFingerDownState",
+                             "in HandleDownEvent, Two pressed positions coincide,Current "
+                             "state:STATE_ONE_FINGER_DOWN,next state:STATE_ERROR"));
+    EXPECT_EQ(g_.StoreSize(), 0U);
+
+    g_.Up(1, 10, 10, {1});
+    g_.Down(0, 10, 10, {0});
+    EXPECT_EQ(g_.Down(1, 11, 11, {0, 1}), STATE_TWO_FINGERS_DOWN);  // 1.41 truncates to 1
+
+    GestureDriver other;
+    other.Down(0, 10, 10, {0});
+    EXPECT_EQ(other.Down(0, 40, 40, {0}), STATE_ONE_FINGER_DOWN);  // restarts silently
+    EXPECT_EQ(other.Data().pointerEvents.begin()->second.x, 40);
+    EXPECT_EQ(other.Down(2, 1, 1, {0, 1, 2}), STATE_ERROR);
+}
+
+TEST_F(OneFingerTest, RightSwipeFromTheLeftEdgeIsJudgedAtAHundredPixels)
+{
+    EXPECT_EQ(Track(50, 1000, 100, 1000, 149, 1000), STATE_ONE_FINGER_MOVE);  // 99 pixels
+    EXPECT_EQ(g_.Move(0, 150, 1000, {0}), STATE_SWIPE);
+    EXPECT_THAT(g_.Reports(), ElementsAre(AllOf(IsReport(10, 1), WithStatus(1), WithDirection(3),
+                                                WithMove(100.0))));
+}
+
+TEST_F(OneFingerTest, EdgeZonesAreInclusiveAndFixed)
+{
+    struct Case {
+        int32_t x0, y0, x1, y1;
+        States next;
+        int32_t type;
+    };
+    const Case cases[] = {
+        {133, 500, 333, 500, STATE_SWIPE, 10},   {134, 500, 334, 500, STATE_END, -1},
+        {1343, 800, 1143, 800, STATE_SWIPE, 9},  {1344, 800, 1144, 800, STATE_END, -1},
+        {600, 2634, 600, 2484, STATE_SWIPE, 11}, {600, 2780, 600, 2630, STATE_END, -1},
+        {0, 500, 200, 500, STATE_END, -1},      // x0 = 0 is outside the left zone
+        {100, 2700, 250, 2550, STATE_END, -1},  // exactly 45 degrees
+        {10, 10, 10, 400, STATE_END, -1},       // downwards
+    };
+    for (const Case& c : cases) {
+        GestureDriver fresh;
+        fresh.Down(0, c.x0, c.y0, {0});
+        fresh.Move(0, c.x0, c.y0, {0});
+        EXPECT_EQ(fresh.Move(0, c.x1, c.y1, {0}), c.next) << c.x0 << "," << c.y0;
+        if (c.type < 0) {
+            EXPECT_THAT(fresh.Reports(), IsEmpty());
+            EXPECT_EQ(GestureDriver::Report().result, -1);
+        } else {
+            ASSERT_EQ(fresh.Reports().size(), 1U);
+            EXPECT_EQ(fresh.Reports()[0].type, c.type);
+        }
+    }
+}
+
+TEST_F(OneFingerTest, SwipeRecordsProgressInStepsAndFinishesOnLift)
+{
+    Track(50, 1000, 100, 1000, 150, 1000);
+    LogCapture log;
+    g_.Move(0, 155, 1000, {0});  // 105: not more than 10 further
+    EXPECT_EQ(GestureDriver::Report().move, 100.0);
+    g_.Move(0, 161, 1000, {0});  // 111
+    EXPECT_EQ(GestureDriver::Report().move, 111.0);
+    g_.Move(0, 120, 1000, {0});  // moving back never lowers it
+    EXPECT_EQ(GestureDriver::Report().move, 111.0);
+    EXPECT_EQ(log.Count("AlgoGestureState",
+                        "in Report, type:10 result:1 status:2 action:-1 direction:3 "
+                        "rotateAction:-1 move:111.000000"),
+              1);
+    EXPECT_EQ(g_.Up(0, 120, 1000, {0}), STATE_IDLE);
+    EXPECT_THAT(g_.Reports(),
+                ElementsAre(WithStatus(1), AllOf(IsReport(10, 2), WithStatus(3), WithMove(111.0))));
+    EXPECT_EQ(GestureDriver::Report().Dump(),
+              "type:10 result:-1 status:-1 action:-1 direction:-1 rotateAction:-1 move:0.000000");
+}
+
+TEST_F(OneFingerTest, SecondFingerFinishesTheSwipeFirst)
+{
+    Track(1300, 700, 1250, 700, 1150, 700);
+    EXPECT_EQ(g_.Down(1, 1150, 1000, {0, 1}), STATE_TWO_FINGERS_DOWN);
+    EXPECT_THAT(g_.Reports(), ElementsAre(IsReport(9, 1), AllOf(IsReport(9, 2), WithStatus(3))));
+    EXPECT_EQ(g_.Data().distance, 300);
+    EXPECT_EQ(g_.Data().angle, 90);
+}
+
+TEST_F(OneFingerTest, SwipeMoveWithTwoIdsFailsWithoutFinishing)
+{
+    Track(50, 1000, 100, 1000, 150, 1000);
+    EXPECT_EQ(g_.Move(0, 170, 1000, {0, 1}), STATE_ERROR);
+    EXPECT_EQ(g_.Reports().size(), 1U);
+}
+
+TEST_F(OneFingerTest, EndStateAbsorbsMovesAndFollowsTheFingerCount)
+{
+    Track(600, 600, 600, 650, 600, 800);  // downwards: no swipe
+    ASSERT_EQ(g_.State(), STATE_END);
+    EXPECT_EQ(g_.Move(0, 600, 900, {0, 1, 2}), STATE_END);
+    EXPECT_EQ(g_.Down(1, 900, 900, {0, 1}), STATE_TWO_FINGERS_DOWN);
+    EXPECT_EQ(g_.Data().distance, 300);
+
+    GestureDriver lifted;
+    lifted.Down(0, 600, 600, {0});
+    lifted.Move(0, 600, 650, {0});
+    lifted.Move(0, 600, 800, {0});
+    LogCapture log;
+    EXPECT_EQ(lifted.Up(0, 600, 800, {0}), STATE_IDLE);
+    EXPECT_EQ(lifted.Up(3, 0, 0, {3}), STATE_ERROR);  // idle: a stray up
+    EXPECT_THAT(lifted.Reports(), IsEmpty());
+}
+
+TEST_F(OneFingerTest, EndStateLiftOfAnUnknownFingerIsAnError)
+{
+    Track(600, 600, 600, 650, 600, 800);
+    LogCapture log;
+    EXPECT_EQ(g_.Up(4, 0, 0, {0, 4}), STATE_ERROR);
+    EXPECT_TRUE(log.Contains("AlgoEndState",
+                             "in HandleUpEvent, MAP data storage errorstore wrong DownEvent"));
+    EXPECT_EQ(g_.StoreSize(), 0U);
+}
+
+TEST_F(OneFingerTest, HostileInputNeverCrashesOrGrowsTheStore)
+{
+    Track(INT32_MIN, INT32_MAX, 0, 0, INT32_MAX, INT32_MIN);
+    for (int32_t id = 0; id < 200; ++id) {
+        g_.Move(id, id, id, {0, 1, 2, 3, 4});
+        g_.Feed(PointerEvent{id, 9, 0, 0, {}});
+        g_.Up(id, 0, 0, {});
+    }
+    EXPECT_LE(g_.StoreSize(), 32U);
+}
+
+}  // namespace
+}  // namespace Tarvo::Quil::Test

@@ -1,0 +1,84 @@
+#include "output_writer.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <limits>
+
+namespace Tarvo::Replay::Test {
+namespace {
+
+// Captures what a writer prints.
+class OutputWriterTest : public testing::Test {
+protected:
+    void SetUp() override { file_ = std::tmpfile(); }
+    void TearDown() override { std::fclose(file_); }
+
+    std::string Written()
+    {
+        std::fflush(file_);
+        std::rewind(file_);
+        std::string text;
+        char buffer[256];
+        while (std::fgets(buffer, sizeof(buffer), file_) != nullptr) {
+            text += buffer;
+        }
+        return text;
+    }
+
+    std::FILE* file_ = nullptr;
+};
+
+Quil::MotionData Flip()
+{
+    Quil::MotionData data;
+    data.type = 3;
+    data.result = 1;
+    return data;
+}
+
+TEST_F(OutputWriterTest, TextLinesAreWhatTheHostObserved)
+{
+    OutputWriter writer(file_, false);
+    writer.HostCall("enable", 6, 0, std::nullopt);
+    writer.HostQuery("supported", 3, true, 100.0);
+    writer.HostQuery("idle", std::nullopt, false, std::nullopt);
+    writer.HostCall("register", std::nullopt, 0, std::nullopt);
+    writer.Report(Flip(), 200.0);
+    EXPECT_EQ(Written(),
+              "enable 6 -> 0\nsupported 3 -> true\nidle -> false\nregister -> 0\n"
+              "report type:3 result:1 status:-1 action:-1 direction:-1 rotateAction:-1 "
+              "move:0.000000\n");
+}
+
+TEST_F(OutputWriterTest, JsonLinesCarryTypesAndStamps)
+{
+    OutputWriter writer(file_, true);
+    writer.HostCall("enable", 3, 0, std::nullopt);
+    writer.HostQuery("idle", std::nullopt, true, 12.5);
+    writer.Report(Flip(), std::nullopt);
+    Quil::MotionData pinch = Flip();
+    pinch.move = 1.5;
+    writer.Report(pinch, 300.0);
+    EXPECT_EQ(Written(),
+              "{\"call\":\"enable\",\"arg\":3,\"result\":0}\n"
+              "{\"t\":12.5,\"call\":\"idle\",\"result\":true}\n"
+              "{\"report\":{\"type\":3,\"result\":1,\"status\":-1,\"action\":-1,\"direction\":-1,"
+              "\"rotateAction\":-1,\"move\":0.0}}\n"
+              "{\"t\":300,\"report\":{\"type\":3,\"result\":1,\"status\":-1,\"action\":-1,"
+              "\"direction\":-1,\"rotateAction\":-1,\"move\":1.5}}\n");
+}
+
+TEST(JsonDoubleTest, ShortestRoundTripWithAFractionAndNullForNonFinite)
+{
+    EXPECT_EQ(OutputWriter::JsonDouble(0.0), "0.0");
+    EXPECT_EQ(OutputWriter::JsonDouble(0.1), "0.1");
+    EXPECT_EQ(OutputWriter::JsonDouble(300.0), "300.0");
+    EXPECT_EQ(OutputWriter::JsonDouble(-2.0), "-2.0");
+    EXPECT_EQ(OutputWriter::JsonDouble(1.0 / 3.0), "0.3333333333333333");
+    EXPECT_EQ(OutputWriter::JsonDouble(1e300), "1e+300");
+    EXPECT_EQ(OutputWriter::JsonDouble(std::numeric_limits<double>::infinity()), "null");
+}
+
+}  // namespace
+}  // namespace Tarvo::Replay::Test

@@ -1,0 +1,117 @@
+#include "trace_parser.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace Tarvo::Replay::Test {
+namespace {
+
+using testing::ElementsAre;
+
+std::vector<TraceRecord> Parse(const std::string& text)
+{
+    std::vector<TraceRecord> records;
+    std::string error;
+    EXPECT_TRUE(TraceParser::ParseText("t.trace", text, records, error)) << error;
+    return records;
+}
+
+std::string ErrorOf(const std::string& text)
+{
+    std::vector<TraceRecord> records;
+    std::string error;
+    EXPECT_FALSE(TraceParser::ParseText("t.trace", text, records, error)) << text;
+    return error;
+}
+
+TEST(TraceParserTest, ReadsEveryRecordKind)
+{
+    const auto records = Parse(
+        "enable +6\ndisable -3\ndisable-count 9\nsupported 12\nidle\nregister\nunregister\n"
+        "acc 0.1 -2 9.8e0\nlight 30\nprox nan\nsensor 7 1 2 3 4 5\nnull-event\n"
+        "touch down 0 10 20 0\ntouch 5 1 -3 4 0,1\ntouch-noitem up 2 -\n"
+        "device-sensors 1,12\nfail SetBatch 5\nheal GetAllSensors\nmonitor-id -2\n"
+        "host-return 7\n");
+    ASSERT_EQ(records.size(), 20U);
+    EXPECT_EQ(records[0].kind, RecordKind::ENABLE);
+    EXPECT_EQ(records[0].value, 6);
+    EXPECT_EQ(records[1].value, -3);
+    EXPECT_EQ(records[7].kind, RecordKind::SAMPLE);
+    EXPECT_EQ(records[7].value, 1);
+    EXPECT_THAT(records[7].floats, ElementsAre(0.1F, -2.0F, 9.8F));
+    EXPECT_EQ(records[8].value, 5);
+    EXPECT_TRUE(std::isnan(records[9].floats[0]));
+    EXPECT_EQ(records[10].value, 7);
+    EXPECT_EQ(records[10].floats.size(), 5U);
+    EXPECT_EQ(records[12].action, 2);
+    EXPECT_THAT(records[12].ids, ElementsAre(0));
+    EXPECT_EQ(records[13].action, 5);
+    EXPECT_EQ(records[13].x, -3);
+    EXPECT_THAT(records[13].ids, ElementsAre(0, 1));
+    EXPECT_EQ(records[14].kind, RecordKind::TOUCH_NO_ITEM);
+    EXPECT_TRUE(records[14].ids.empty());
+    EXPECT_THAT(records[15].ids, ElementsAre(1, 12));
+    EXPECT_EQ(records[16].call, Host::SensorCall::SET_BATCH);
+    EXPECT_EQ(records[16].callSensor, 5);
+    EXPECT_FALSE(records[17].callSensor.has_value());
+    EXPECT_EQ(records[18].value, -2);
+    EXPECT_EQ(records[19].kind, RecordKind::HOST_RETURN);
+}
+
+TEST(TraceParserTest, CommentsBlankLinesStampsAndLineEndings)
+{
+    const auto records =
+        Parse("# heading\r\n\r\n@0 enable 3 # trailing\r\n\t@12.5\tacc 1 2 3\r\nidle");
+    ASSERT_EQ(records.size(), 3U);
+    EXPECT_EQ(records[0].line, 3);
+    EXPECT_EQ(records[0].stamp, 0.0);
+    EXPECT_EQ(records[1].stamp, 12.5);
+    EXPECT_FALSE(records[2].stamp.has_value());
+    EXPECT_EQ(records[2].line, 5);
+}
+
+TEST(TraceParserTest, RejectsMalformedLinesWithFileLineAndProblem)
+{
+    EXPECT_EQ(ErrorOf("enable 3\nacc 1 2\n"), "t.trace:2: acc needs 3 numbers, got 2");
+    EXPECT_EQ(ErrorOf("prox\n"), "t.trace:1: prox needs 1 number, got 0");
+    EXPECT_EQ(ErrorOf("acc 1e 2 3\n"), "t.trace:1: '1e' is not a number");
+    EXPECT_EQ(ErrorOf("light 1_0\n"), "t.trace:1: '1_0' is not a number");
+    EXPECT_EQ(ErrorOf("enable 2147483648\n"), "t.trace:1: '2147483648' does not fit in 32 bits");
+    EXPECT_EQ(ErrorOf("enable three\n"), "t.trace:1: 'three' is not an integer");
+    EXPECT_EQ(ErrorOf("enable\n"), "t.trace:1: enable needs a motion type, got 0 arguments");
+    EXPECT_EQ(ErrorOf("Enable 3\n"), "t.trace:1: unknown record 'Enable'");
+    EXPECT_EQ(ErrorOf("idle now\n"), "t.trace:1: idle takes no arguments");
+    EXPECT_EQ(ErrorOf("@100\n"), "t.trace:1: a time stamp needs a record after it");
+    EXPECT_EQ(ErrorOf("@100 idle\n@99 idle\n"),
+              "t.trace:2: time stamp 99 is earlier than the one before");
+    EXPECT_EQ(ErrorOf("@-1 idle\n"), "t.trace:1: '@-1' is not a time stamp (@ and milliseconds)");
+    EXPECT_EQ(ErrorOf("touch press 0 1 2 0\n"),
+              "t.trace:1: 'press' is not a pointer action (down, move, up or a number)");
+    EXPECT_EQ(ErrorOf("touch down 0 1 2 0,,1\n"),
+              "t.trace:1: '0,,1' is not a list of ids (like 0,1,2 or -)");
+    EXPECT_EQ(ErrorOf("touch down 0 1 2\n"),
+              "t.trace:1: touch needs ACTION ID X Y IDS, got 4 arguments");
+    EXPECT_EQ(ErrorOf("fail GetAllSensors 1\n"), "t.trace:1: GetAllSensors takes no sensor id");
+    EXPECT_THAT(ErrorOf("heal Explode\n"),
+                testing::StartsWith("t.trace:1: unknown sensor service call 'Explode'"));
+    EXPECT_EQ(ErrorOf("sensor 5\n"),
+              "t.trace:1: sensor needs a sensor type id and at least 1 number");
+}
+
+TEST(TraceParserTest, StampsStartAfreshInEveryFileAndOutOfRangeFloatsSaturate)
+{
+    std::vector<TraceRecord> records;
+    std::string error;
+    ASSERT_TRUE(TraceParser::ParseText("a", "@500 idle\n", records, error));
+    ASSERT_TRUE(TraceParser::ParseText("b", "@0 idle\nacc 1e39 -1e39 1e-50\n", records, error));
+    EXPECT_TRUE(std::isinf(records[2].floats[0]));
+    EXPECT_LT(records[2].floats[1], 0.0F);
+    EXPECT_EQ(records[2].floats[2], 0.0F);
+    EXPECT_FALSE(TraceParser::ParseFile("/no/such/file.trace", records, error));
+    EXPECT_EQ(error, "/no/such/file.trace: cannot be read");
+}
+
+}  // namespace
+}  // namespace Tarvo::Replay::Test
