@@ -257,6 +257,35 @@ States AlgoGestureState::RestartFromFirstFinger(const LogSite& site, const Point
     return Transit(site, STATE_ONE_FINGER_DOWN);
 }
 
+States AlgoGestureState::HandleLoneFingerDown(const LogSite& site, const PointerEvent& event)
+{
+    return event.pointerId == 0 ? RestartFromFirstFinger(site, event) : FailWrongInput(site, event);
+}
+
+States AlgoGestureState::AddFinger(const LogSite& site, const PointerEvent& event, States next,
+                                   bool refreshFirst)
+{
+    if ((refreshFirst && !RefreshDownEvent()) || HasRecord(event.pointerId, event.pointerAction)) {
+        return FailWith(site, "MAP store error,store wrong DownEvent");
+    }
+    StoreEvent(event);
+    return Transit(site, next);
+}
+
+int AlgoGestureState::FingerTravel(const LogSite& site, int32_t pointerId,
+                                   const char* missingMessage)
+{
+    if (!HasRecord(pointerId, POINTER_ACTION_DOWN)) {
+        QUIL_LOG(LOG_LEVEL_ERROR, site.tag, site.op, "%{public}s", missingMessage);
+        ClearStore();
+    }
+    // Looked up with insertion, as shipped: a missing record reads as one at (0, 0) and
+    // stays, which is at most this finger's two records.
+    const PointerEvent& move = pointerEvents_[PointerKey{pointerId, POINTER_ACTION_MOVE}];
+    const PointerEvent& down = pointerEvents_[PointerKey{pointerId, POINTER_ACTION_DOWN}];
+    return GetDistance(move, down);
+}
+
 bool AlgoGestureState::HasRecord(int32_t pointerId, int32_t pointerAction) const
 {
     return pointerEvents_.count(PointerKey{pointerId, pointerAction}) != 0;

@@ -119,6 +119,19 @@ protected:
     // under (0, its action); logs the transition to STATE_ONE_FINGER_DOWN.
     States RestartFromFirstFinger(const LogSite& site, const PointerEvent& event);
 
+    // A down event listing one finger: finger 0 restarts the gesture, any other is
+    // wrong input.
+    States HandleLoneFingerDown(const LogSite& site, const PointerEvent& event);
+    // A further finger comes down: (optionally) each finger's move record becomes its
+    // down record, the new finger's down record is stored and the machine goes to
+    // `next`; a failed fold or a finger already down is "store wrong DownEvent".
+    States AddFinger(const LogSite& site, const PointerEvent& event, States next,
+                     bool refreshFirst);
+    // How far finger `pointerId` has moved: from its down record to its move record.
+    // Without a down record, `missingMessage` is logged and the store cleared; the
+    // missing records then count as (0, 0).
+    int FingerTravel(const LogSite& site, int32_t pointerId, const char* missingMessage);
+
     bool HasRecord(int32_t pointerId, int32_t pointerAction) const;
     // Stores `event` under (its pointerId, `pointerAction`), overwriting a record there.
     void StoreEvent(const PointerEvent& event, int32_t pointerAction);

@@ -1,10 +1,44 @@
-// Placeholder until the state is implemented: behaves as the base (returns STATE_IDLE).
+// Three fingers are down and moving: a slide is recognised when all three have moved,
+// each in the same direction, and their average travel reaches 240 pixels.
 #pragma once
+
+#include <cstdint>
+#include <map>
+#include <vector>
 
 #include "algo_gesture_state.h"
 
 namespace Tarvo::Quil {
 
-class AlgoThreeFingersMoveState : public AlgoGestureState {};
+// Direction of a finger's movement; y grows downwards on the screen.
+enum Direction : int32_t {
+    DIRECTION_NONE = -1,  // |dx| == |dy|
+    DIRECTION_UP = 0,
+    DIRECTION_LEFT = 1,
+    DIRECTION_DOWN = 2,
+    DIRECTION_RIGHT = 3,
+};
+
+class AlgoThreeFingersMoveState : public AlgoGestureState {
+public:
+    States HandleDownEvent(const PointerEvent& event) override;
+    States HandleMoveEvent(const PointerEvent& event) override;
+    States HandleUpEvent(const PointerEvent& event) override;
+
+    using AlgoGestureState::GetAngle;
+    // How far the finger of `event` has moved from its down record.
+    int GetDistance(const PointerEvent& event);
+    int GetAvgDistance();
+    // The dominant direction of a movement (dx, dy); DIRECTION_NONE when neither is.
+    static Direction JudgeDirection(int64_t dx, int64_t dy);
+    // The direction of the angle last measured, fingerAngle_ (not used by the handlers).
+    Direction JudgeDirection() const;
+    bool IsSameDirection(std::vector<int> fingerAngles, std::vector<Direction> fingerDirections);
+    bool HandleDirection();
+
+private:
+    std::map<int32_t, int32_t> movingDistances_;  // pointerId -> latest travel, pixels
+    int32_t fingerAngle_ = 0;                     // degrees
+};
 
 }  // namespace Tarvo::Quil

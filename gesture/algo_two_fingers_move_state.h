@@ -1,10 +1,25 @@
-// Placeholder until the state is implemented: behaves as the base (returns STATE_IDLE).
+// Two fingers are down and moving: a pinch starts once their distance has changed by
+// 300 pixels or more while the angle between them stayed within 30 degrees.
 #pragma once
+
+#include <optional>
 
 #include "algo_gesture_state.h"
 
 namespace Tarvo::Quil {
 
-class AlgoTwoFingersMoveState : public AlgoGestureState {};
+class AlgoTwoFingersMoveState : public AlgoGestureState {
+public:
+    States HandleDownEvent(const PointerEvent& event) override;
+    States HandleMoveEvent(const PointerEvent& event) override;
+    States HandleUpEvent(const PointerEvent& event) override;
+};
+
+// The pair a two-finger move is measured on, shared with the pinch state: with one
+// finger moved, its latest position and then the down records in store order (so the
+// second may be that same finger's own down record, as shipped); with two moved, both
+// move records. Null with fewer than two records.
+std::optional<std::vector<PointerEvent>> MeasuredPair(const std::vector<PointerEvent>& moves,
+                                                      const std::vector<PointerEvent>& downs);
 
 }  // namespace Tarvo::Quil

@@ -1,0 +1,102 @@
+#include "algo_two_fingers_move_state.h"
+
+#include <cstdlib>
+
+#include "motion_log.h"
+#include "motion_type.h"
+
+namespace Tarvo::Quil {
+namespace {
+constexpr char kLogTag[] = "AlgoTwoFingersMoveState";
+constexpr int64_t kPinchStartPixels = 300;       // change of distance that starts a pinch
+constexpr int64_t kPinchAngleLimitDegrees = 31;  // a turn this large is no pinch
+constexpr int32_t kActionClosing = 1;
+constexpr int32_t kActionOpening = 0;
+}  // namespace
+
+std::optional<std::vector<PointerEvent>> MeasuredPair(const std::vector<PointerEvent>& moves,
+                                                      const std::vector<PointerEvent>& downs)
+{
+    std::vector<PointerEvent> list = moves;
+    if (moves.size() == 1) {
+        list.insert(list.end(), downs.begin(), downs.end());
+    }
+    if (list.size() < 2) {
+        return std::nullopt;
+    }
+    list.resize(2);
+    return list;
+}
+
+States AlgoTwoFingersMoveState::HandleDownEvent(const PointerEvent& event)
+{
+    const LogSite site{kLogTag, __func__};
+    MLOGD("AlgoTwoFingersMoveState enter");
+    switch (FingerCount(event)) {
+        case 1:
+            return HandleLoneFingerDown(site, event);
+        case 3:
+            return AddFinger(site, event, STATE_THREE_FINGERS_DOWN, true);
+        default:
+            return FailWrongInput(site, event);
+    }
+}
+
+States AlgoTwoFingersMoveState::HandleMoveEvent(const PointerEvent& event)
+{
+    const LogSite site{kLogTag, __func__};
+    MLOGD("AlgoTwoFingersMoveState enter");
+    if (FingerCount(event) != 2) {
+        LogWrongInput(site, event);
+        ClearStore();
+        return STATE_ERROR;  // no transition line on this path
+    }
+    StoreEvent(event);
+    const std::vector<PointerEvent> moves = CollectRecords(POINTER_ACTION_MOVE);
+    if (moves.empty() || moves.size() > 2) {
+        return STATE_ERROR;  // silently, and the store is kept, as shipped
+    }
+    const auto pair = MeasuredPair(moves, CollectRecords(POINTER_ACTION_DOWN));
+    if (!pair.has_value()) {
+        // No second record to measure against (the store lost its down records): fail
+        // safely rather than read past the list.
+        ClearStore();
+        return STATE_ERROR;
+    }
+    if (std::llabs(static_cast<int64_t>(GetAngle(*pair)) - angle) >= kPinchAngleLimitDegrees) {
+        MLOGD("The Angle changes too much during pinch");
+        reportInfo_.result = -1;  // tells the end state nothing was recognised
+        return STATE_END;
+    }
+    const int currentDistance = GetDistance(*pair);
+    if (std::llabs(static_cast<int64_t>(currentDistance) - distance) < kPinchStartPixels) {
+        return STATE_TWO_FINGERS_MOVE;
+    }
+    const double scale = GetScale(currentDistance, distance);
+    reportInfo_.type = MOTION_TYPE_PINCH;
+    reportInfo_.result = 1;
+    reportInfo_.status = 1;
+    // Fixed here for the whole pinch.
+    reportInfo_.action = scale <= 1.0 ? kActionClosing : kActionOpening;
+    reportInfo_.move = scale;
+    Report();
+    return STATE_PINCH;
+}
+
+States AlgoTwoFingersMoveState::HandleUpEvent(const PointerEvent& event)
+{
+    const LogSite site{kLogTag, __func__};
+    MLOGD("AlgoTwoFingersMoveState enter");
+    if (FingerCount(event) != 2) {
+        ClearStore();
+        LogTransition(site, state_, STATE_ERROR, LOG_LEVEL_ERROR);
+        return STATE_ERROR;
+    }
+    if (!RefreshDownEvent() || !HasRecord(event.pointerId, POINTER_ACTION_DOWN)) {
+        return FailWith(site, "MAP store error,store wrong DownEvent");
+    }
+    pointerEvents_.erase(PointerKey{event.pointerId, POINTER_ACTION_DOWN});
+    return Transit(site, STATE_ONE_FINGER_DOWN);
+}
+
+}  // namespace Tarvo::Quil
