@@ -1,0 +1,56 @@
+// Pointer event sequences of any shape into the gesture state machine: it must never
+// crash, always keep a current state, and never let its store grow without bound.
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+
+#include "algo_state_manager.h"
+
+namespace {
+using namespace Tarvo::Quil;
+
+class NullCallback : public IMotionAlgo::Callback {
+public:
+    int OnMotionChanged(const MotionData& /*data*/) override { return 0; }
+};
+
+int32_t Coordinate(uint8_t selector, uint8_t low)
+{
+    switch (selector % 8) {
+        case 0:
+            return std::numeric_limits<int32_t>::min();
+        case 1:
+            return std::numeric_limits<int32_t>::max();
+        case 2:
+            return -static_cast<int32_t>(low);
+        default:
+            return static_cast<int32_t>(selector) * 12 + low;  // a screen-sized range
+    }
+}
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    static const auto callback = std::make_shared<NullCallback>();
+    AlgoStateManager machine;
+    machine.RegisterCallback(callback);
+    constexpr size_t kEventBytes = 6;
+    for (size_t at = 0; at + kEventBytes <= size; at += kEventBytes) {
+        const uint8_t* e = data + at;
+        PointerEvent event;
+        event.pointerAction = (e[0] % 8 == 7) ? e[0] : 2 + e[0] % 3;  // mostly valid codes
+        event.pointerId = e[1] % 6;
+        event.x = Coordinate(e[2], e[3]);
+        event.y = Coordinate(e[3], e[2]);
+        for (int id = 0; id < e[4] % 6; ++id) {
+            event.pointerIds.push_back((e[5] >> id) & 1 ? id : (id + e[5]) % 6);
+        }
+        machine.TransformState(machine.EnableHandle(event));
+        if (machine.GetCurrentState() == nullptr ||
+            machine.GetCurrentState()->Out().pointerEvents.size() > 40) {
+            std::abort();
+        }
+    }
+    return 0;
+}
