@@ -1,0 +1,84 @@
+// Rotation and shake: stateless recognisers whose repeats the report path drops.
+#include <gmock/gmock.h>
+
+#include "algo_rotate.h"
+#include "algo_shake.h"
+#include "log_capture.h"
+#include "motion_matchers.h"
+#include "recogniser_fixture.h"
+
+namespace Tarvo::Quil::Test {
+namespace {
+
+using testing::ElementsAre;
+
+using AlgoRotateTest = RecogniserTest<AlgoRotate, 4>;
+using AlgoShakeTest = RecogniserTest<AlgoShake, 6>;
+
+std::vector<int> Orientations(const std::vector<MotionData>& reports)
+{
+    std::vector<int> codes;
+    for (const auto& report : reports) {
+        codes.push_back(report.rotateAction);
+    }
+    return codes;
+}
+
+TEST_F(AlgoRotateTest, FourOrientationsFromGravity)
+{
+    Acc(0.0F, 9.8F, 0.0F);   // upright: 0
+    Acc(-9.8F, 0.0F, 0.0F);  // 90: 3
+    Acc(0.0F, -9.8F, 0.0F);  // 180: 2
+    Acc(9.8F, 0.0F, 0.0F);   // -90 corrected to 270: 1
+    Acc(9.8F, 0.1F, 0.0F);   // the same orientation again: dropped
+    EXPECT_THAT(Orientations(callback_->Reports()), ElementsAre(0, 3, 2, 1));
+    EXPECT_THAT(callback_->Reports()[0], IsReport(4, 1));
+}
+
+TEST_F(AlgoRotateTest, ExactDiagonalsAndFlatSamplesKeepTheLastOrientation)
+{
+    Acc(-9.8F, 0.0F, 0.0F);
+    Acc(-5.0F, 5.0F, 0.0F);  // exactly 45 degrees: 0
+    LogCapture log;
+    Acc(0.0F, 0.0F, 9.8F);  // flat: rejected
+    EXPECT_TRUE(log.Contains("AlgoRotate", "in IsHorizontal, The device is horizontal"));
+    EXPECT_THAT(Orientations(callback_->Reports()), ElementsAre(3, 0));
+}
+
+TEST_F(AlgoRotateTest, RangeCheckRejectsOnlyBeyondAHundred)
+{
+    LogCapture log;
+    EXPECT_EQ(Acc(100.5F, 0.0F, 0.0F), -1);
+    EXPECT_TRUE(log.Contains("AlgoRotate", "in CheckData, Data exceeds threshold"));
+    EXPECT_EQ(Acc(100.0F, 0.0F, 0.0F), 0);
+    EXPECT_EQ(Acc(std::numeric_limits<float>::quiet_NaN(), 1.0F, 0.0F), 0);  // no UB
+    EXPECT_EQ(algo_.StartAlgorithm(1, nullptr), -1);
+}
+
+TEST_F(AlgoShakeTest, ShakesAreReportedOnceAndCalmOnce)
+{
+    Acc(0.3F, 9.6F, 1.4F);
+    Repeat(3, 12.0F, 15.0F, 3.0F);
+    Acc(0.3F, 9.6F, 1.4F);
+    EXPECT_THAT(Results(), ElementsAre(0, 1, 0));
+}
+
+TEST_F(AlgoShakeTest, XThresholdIsHalfTheOthers)
+{
+    Acc(0.0F, 18.0F, 0.0F);  // exactly 18: not a shake
+    Acc(0.0F, 0.0F, -18.0F);
+    Acc(9.8F, 0.0F, 0.0F);  // held still on its side: counts as shaking
+    Acc(0.0F, 18.01F, 0.0F);
+    EXPECT_THAT(Results(), ElementsAre(0, 1));
+}
+
+TEST_F(AlgoShakeTest, WithoutASampleItAsksTwiceAndReportsCalm)
+{
+    LogCapture log;
+    Sample(12, 0.0F);
+    EXPECT_EQ(log.Count("AlgoShake", "in IsShake, data_ is nullptr"), 2);
+    EXPECT_THAT(Results(), ElementsAre(0));
+}
+
+}  // namespace
+}  // namespace Tarvo::Quil::Test
