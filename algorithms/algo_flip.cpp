@@ -31,22 +31,9 @@ AlgoFlip::AlgoFlip() : counter_(kFlipTimeoutSamples)
     supportSensors_.insert(SENSOR_TYPE_ID_ACCELEROMETER);
 }
 
-AlgoFlip::~AlgoFlip()
-{
-    data_.reset();
-}
-
-std::set<int> AlgoFlip::GetSupportSensors() const
-{
-    return supportSensors_;
-}
-
 MotionData AlgoFlip::GetReportData(int result) const
 {
-    MotionData data;
-    data.type = MOTION_TYPE_FLIP;
-    data.result = result;
-    return data;
+    return MakeReport(MOTION_TYPE_FLIP, result);
 }
 
 int AlgoFlip::PreprocessData(int sensorTypeId, void* data)
@@ -58,11 +45,10 @@ int AlgoFlip::PreprocessData(int sensorTypeId, void* data)
     if (data_ == nullptr) {
         data_ = std::make_shared<FlipData>();
     }
-    AccelData acc{};
-    std::memcpy(&acc, data, sizeof(acc));
-    data_->x = -acc.x;
-    data_->y = -acc.y;
-    data_->z = -acc.z;
+    const AccelData acc = ReadInvertedAcc(data);
+    data_->x = acc.x;
+    data_->y = acc.y;
+    data_->z = acc.z;
     // An out-of-range sample keeps its axes but not its angles: the next step then mixes
     // new axes with old angles, as shipped.
     if (!(std::fabs(data_->x) < kAccRangeLimit && std::fabs(data_->y) < kAccRangeLimit &&

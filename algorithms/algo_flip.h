@@ -32,10 +32,8 @@ enum FlipState : int32_t {
 class AlgoFlip : public AlgoPlugin {
 public:
     AlgoFlip();
-    ~AlgoFlip() override;
 
     int StartAlgorithm(int sensorTypeId, void* data) override;
-    std::set<int> GetSupportSensors() const override;
     int PreprocessData(int sensorTypeId, void* data) override;
 
     MotionData GetReportData(int result) const;

@@ -20,17 +20,9 @@ AlgoNearEar::AlgoNearEar() : AlgoPoseBase(kLogTag, false)
     supportSensors_.insert(SENSOR_TYPE_ID_PROXIMITY);
 }
 
-AlgoNearEar::~AlgoNearEar()
-{
-    data_.reset();
-}
-
 MotionData AlgoNearEar::GetReportData(int result) const
 {
-    MotionData data;
-    data.type = MOTION_TYPE_NEAR_EAR;
-    data.result = result;
-    return data;
+    return MakeReport(MOTION_TYPE_NEAR_EAR, result);
 }
 
 int AlgoNearEar::PreprocessData(int sensorTypeId, void* data)
@@ -44,11 +36,7 @@ int AlgoNearEar::PreprocessData(int sensorTypeId, void* data)
         data_ = std::make_shared<NearEarData>();
     }
     if (sensorTypeId == SENSOR_TYPE_ID_PROXIMITY) {
-        ProximityData proximity{};
-        std::memcpy(&proximity, data, sizeof(proximity));
-        // Near when the distance truncates to 0, i.e. lies in (-1, 1); tested on the
-        // float so that NaN, infinities and huge values are simply not near.
-        data_->isNear = std::fabs(proximity.distance) < 1.0F;
+        data_->isNear = IsNearDistance(ReadDistance(data));
         return 0;
     }
     ReadAcc(*data_, data);

@@ -15,7 +15,6 @@ struct NearEarData : PickUpData {
 class AlgoNearEar : public AlgoPoseBase {
 public:
     AlgoNearEar();
-    ~AlgoNearEar() override;
 
     int PreprocessData(int sensorTypeId, void* data) override;
     void HandleNonAbsoluteStill() override;

@@ -16,17 +16,9 @@ AlgoPickup::AlgoPickup() : AlgoPoseBase(kLogTag, true)
     supportSensors_.insert(SENSOR_TYPE_ID_ACCELEROMETER);
 }
 
-AlgoPickup::~AlgoPickup()
-{
-    data_.reset();
-}
-
 MotionData AlgoPickup::GetReportData(int result) const
 {
-    MotionData data;
-    data.type = MOTION_TYPE_PICKUP;
-    data.result = result;
-    return data;
+    return MakeReport(MOTION_TYPE_PICKUP, result);
 }
 
 int AlgoPickup::PreprocessData(int sensorTypeId, void* data)

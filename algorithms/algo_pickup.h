@@ -11,7 +11,6 @@ namespace Tarvo::Quil {
 class AlgoPickup : public AlgoPoseBase {
 public:
     AlgoPickup();
-    ~AlgoPickup() override;
 
     int PreprocessData(int sensorTypeId, void* data) override;
     void HandleNonAbsoluteStill() override;

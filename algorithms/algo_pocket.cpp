@@ -24,22 +24,9 @@ AlgoPocket::AlgoPocket() : pocketCount_(kPocketSamples)
     supportSensors_.insert(SENSOR_TYPE_ID_AMBIENT_LIGHT);
 }
 
-AlgoPocket::~AlgoPocket()
-{
-    data_.reset();
-}
-
-std::set<int> AlgoPocket::GetSupportSensors() const
-{
-    return supportSensors_;
-}
-
 MotionData AlgoPocket::GetReportData(int result) const
 {
-    MotionData data;
-    data.type = MOTION_TYPE_POCKET;
-    data.result = result;
-    return data;
+    return MakeReport(MOTION_TYPE_POCKET, result);
 }
 
 int AlgoPocket::PreprocessData(int sensorTypeId, void* data)
@@ -53,21 +40,18 @@ int AlgoPocket::PreprocessData(int sensorTypeId, void* data)
         data_ = std::make_shared<PocketData>();
     }
     if (sensorTypeId == SENSOR_TYPE_ID_PROXIMITY) {
-        ProximityData proximity{};
-        std::memcpy(&proximity, data, sizeof(proximity));
-        MLOGD("proximityData->distance:%{public}lf", static_cast<double>(proximity.distance));
-        // Near when the distance truncates to 0; NaN, infinite and huge are not near.
-        data_->isNear = std::fabs(proximity.distance) < 1.0F;
+        const float distance = ReadDistance(data);
+        MLOGD("proximityData->distance:%{public}lf", static_cast<double>(distance));
+        data_->isNear = IsNearDistance(distance);
     } else if (sensorTypeId == SENSOR_TYPE_ID_AMBIENT_LIGHT) {
         AmbientLightData light{};
         std::memcpy(&light, data, sizeof(light));
         data_->intensity = light.intensity;
     } else {
-        AccelData acc{};
-        std::memcpy(&acc, data, sizeof(acc));
-        data_->x = -acc.x;
-        data_->y = -acc.y;
-        data_->z = -acc.z;
+        const AccelData acc = ReadInvertedAcc(data);
+        data_->x = acc.x;
+        data_->y = acc.y;
+        data_->z = acc.z;
     }
     return 0;
 }

@@ -21,10 +21,8 @@ struct PocketData {
 class AlgoPocket : public AlgoPlugin {
 public:
     AlgoPocket();
-    ~AlgoPocket() override;
 
     int StartAlgorithm(int sensorTypeId, void* data) override;
-    std::set<int> GetSupportSensors() const override;
     int PreprocessData(int sensorTypeId, void* data) override;
 
     bool IsPocket();

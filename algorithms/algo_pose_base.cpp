@@ -43,18 +43,12 @@ AlgoPoseBase::AlgoPoseBase(const char* tag, bool checksDataWhenStill)
 {
 }
 
-std::set<int> AlgoPoseBase::GetSupportSensors() const
-{
-    return supportSensors_;
-}
-
 void AlgoPoseBase::ReadAcc(PickUpData& pose, const void* data)
 {
-    AccelData acc{};
-    std::memcpy(&acc, data, sizeof(acc));
-    pose.x = -acc.x;
-    pose.y = -acc.y;
-    pose.z = -acc.z;
+    const AccelData acc = ReadInvertedAcc(data);
+    pose.x = acc.x;
+    pose.y = acc.y;
+    pose.z = acc.z;
     pose.pitch = static_cast<double>(std::atan2(pose.y, pose.z)) * -kDegreesPerRadian;
     pose.vectorMag =
         static_cast<double>(std::sqrt(pose.y * pose.y + pose.x * pose.x + pose.z * pose.z));

@@ -32,7 +32,6 @@ enum PickupState : int32_t {
 class AlgoPoseBase : public AlgoPlugin {
 public:
     int StartAlgorithm(int sensorTypeId, void* data) override;
-    std::set<int> GetSupportSensors() const override;
 
     void HandleIdle();
     // Each returns 0 when its pose holds (and converts after five samples), else -1.

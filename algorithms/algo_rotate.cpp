@@ -28,21 +28,9 @@ AlgoRotate::AlgoRotate()
     supportSensors_.insert(SENSOR_TYPE_ID_ACCELEROMETER);
 }
 
-AlgoRotate::~AlgoRotate()
-{
-    data_.reset();
-}
-
-std::set<int> AlgoRotate::GetSupportSensors() const
-{
-    return supportSensors_;
-}
-
 MotionData AlgoRotate::GetReportData(int rotateAction) const
 {
-    MotionData data;
-    data.type = MOTION_TYPE_ROTATE;
-    data.result = 1;
+    MotionData data = MakeReport(MOTION_TYPE_ROTATE, 1);
     data.rotateAction = rotateAction;
     return data;
 }
@@ -56,11 +44,10 @@ int AlgoRotate::PreprocessData(int sensorTypeId, void* data)
     if (data_ == nullptr) {
         data_ = std::make_shared<RotateData>();
     }
-    AccelData acc{};
-    std::memcpy(&acc, data, sizeof(acc));
-    data_->x = -acc.x;
-    data_->y = -acc.y;
-    data_->z = -acc.z;
+    const AccelData acc = ReadInvertedAcc(data);
+    data_->x = acc.x;
+    data_->y = acc.y;
+    data_->z = acc.z;
     return 0;
 }
 

@@ -18,10 +18,8 @@ struct RotateData {
 class AlgoRotate : public AlgoPlugin {
 public:
     AlgoRotate();
-    ~AlgoRotate() override;
 
     int StartAlgorithm(int sensorTypeId, void* data) override;
-    std::set<int> GetSupportSensors() const override;
     int PreprocessData(int sensorTypeId, void* data) override;
 
     // True when an axis is out of range.

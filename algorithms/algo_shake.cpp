@@ -20,22 +20,9 @@ AlgoShake::AlgoShake()
     supportSensors_.insert(SENSOR_TYPE_ID_ACCELEROMETER);
 }
 
-AlgoShake::~AlgoShake()
-{
-    data_.reset();
-}
-
-std::set<int> AlgoShake::GetSupportSensors() const
-{
-    return supportSensors_;
-}
-
 MotionData AlgoShake::GetReportData(int result) const
 {
-    MotionData data;
-    data.type = MOTION_TYPE_SHAKE;
-    data.result = result;
-    return data;
+    return MakeReport(MOTION_TYPE_SHAKE, result);
 }
 
 int AlgoShake::PreprocessData(int sensorTypeId, void* data)
@@ -47,11 +34,10 @@ int AlgoShake::PreprocessData(int sensorTypeId, void* data)
     if (data_ == nullptr) {
         data_ = std::make_shared<ShakeData>();
     }
-    AccelData acc{};
-    std::memcpy(&acc, data, sizeof(acc));
-    data_->x = -acc.x;
-    data_->y = -acc.y;
-    data_->z = -acc.z;
+    const AccelData acc = ReadInvertedAcc(data);
+    data_->x = acc.x;
+    data_->y = acc.y;
+    data_->z = acc.z;
     return 0;
 }
 

@@ -17,10 +17,8 @@ struct ShakeData {
 class AlgoShake : public AlgoPlugin {
 public:
     AlgoShake();
-    ~AlgoShake() override;
 
     int StartAlgorithm(int sensorTypeId, void* data) override;
-    std::set<int> GetSupportSensors() const override;
     int PreprocessData(int sensorTypeId, void* data) override;
 
     bool IsShake();

@@ -1,5 +1,7 @@
 #include "algo_plugin.h"
 
+#include <cstring>
+
 #include "motion_log.h"
 #include "motion_type.h"
 #include "sensor_connection.h"
@@ -16,6 +18,28 @@ AlgoPlugin::~AlgoPlugin()
     if (boundType_.has_value()) {
         SensorConnection::GetInstance().UnregisterEvent(*boundType_);
     }
+}
+
+MotionData AlgoPlugin::MakeReport(int type, int result)
+{
+    MotionData data;
+    data.type = type;
+    data.result = result;
+    return data;
+}
+
+AccelData AlgoPlugin::ReadInvertedAcc(const void* data)
+{
+    AccelData acc{};
+    std::memcpy(&acc, data, sizeof(acc));  // the platform's block may be unaligned
+    return AccelData{-acc.x, -acc.y, -acc.z};
+}
+
+float AlgoPlugin::ReadDistance(const void* data)
+{
+    ProximityData proximity{};
+    std::memcpy(&proximity, data, sizeof(proximity));
+    return proximity.distance;
 }
 
 std::set<int> AlgoPlugin::GetSupportSensors() const

@@ -2,12 +2,14 @@
 // its outcomes to the host, dropping an outcome equal to the last one delivered.
 #pragma once
 
+#include <cmath>
 #include <memory>
 #include <optional>
 #include <set>
 
 #include "i_motion_algo.h"
 #include "motion_data.h"
+#include "sensor_service_client.h"
 
 namespace Tarvo::Quil {
 
@@ -33,6 +35,17 @@ public:
 
 protected:
     AlgoPlugin() = default;
+
+    // The report record of `type` with `result`; every other field as unset.
+    static MotionData MakeReport(int type, int result);
+    // An accelerometer sample (three floats, m/s²) with its axes sign-inverted, as every
+    // recogniser works with them.
+    static AccelData ReadInvertedAcc(const void* data);
+    // The proximity distance of a sample.
+    static float ReadDistance(const void* data);
+    // Near when the distance truncates to 0, i.e. lies in (-1, 1). Tested on the float,
+    // so that NaN, infinite and huge distances are simply not near.
+    static bool IsNearDistance(float distance) { return std::fabs(distance) < 1.0F; }
 
     std::shared_ptr<IMotionAlgo::Callback> callback_;
     // Last outcome delivered; all -1 so that the first real outcome always differs.
