@@ -111,6 +111,8 @@ TEST(TraceParserTest, StampsStartAfreshInEveryFileAndOutOfRangeFloatsSaturate)
     EXPECT_EQ(records[2].floats[2], 0.0F);
     EXPECT_FALSE(TraceParser::ParseFile("/no/such/file.trace", records, error));
     EXPECT_EQ(error, "/no/such/file.trace: cannot be read");
+    EXPECT_FALSE(TraceParser::ParseFile("/", records, error));  // a directory
+    EXPECT_EQ(error, "/: cannot be read");
 }
 
 }  // namespace

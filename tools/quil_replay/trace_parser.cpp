@@ -2,10 +2,8 @@
 
 #include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iostream>
-#include <iterator>
 #include <map>
 #include <sstream>
 
@@ -355,18 +353,23 @@ bool TraceParser::ParseText(const std::string& name, const std::string& text,
 bool TraceParser::ParseFile(const std::string& path, std::vector<TraceRecord>& records,
                             std::string& error)
 {
+    // stdio rather than streams: reading a directory or a failing device is an error to
+    // report, not an exception.
+    std::FILE* file = path == "-" ? stdin : std::fopen(path.c_str(), "rb");
     std::string text;
-    if (path == "-") {
-        text.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
-        return ParseText("-", text, records, error);
+    bool readable = file != nullptr;
+    if (readable) {
+        char buffer[65536];
+        size_t got = 0;
+        while ((got = std::fread(buffer, 1, sizeof(buffer), file)) > 0) {
+            text.append(buffer, got);
+        }
+        readable = std::ferror(file) == 0;
+        if (file != stdin) {
+            std::fclose(file);
+        }
     }
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        error = path + ": cannot be read";
-        return false;
-    }
-    text.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    if (file.bad()) {
+    if (!readable) {
         error = path + ": cannot be read";
         return false;
     }
