@@ -1,0 +1,165 @@
+// The simulated device behaves as a real platform does: these are its rules.
+#include "host_platform.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstring>
+#include <mutex>
+#include <vector>
+
+#include "input_manager.h"
+#include "log_capture.h"
+#include "platform_log.h"
+#include "sensor_service_client.h"
+
+namespace Tarvo::Host::Test {
+namespace {
+
+using testing::ElementsAre;
+
+// A subscriber record of its own, counting what it is given.
+struct Subscriber {
+    static std::mutex mutex;
+    static std::vector<std::pair<const void*, std::vector<float>>> received;
+
+    static void Callback(SensorEvent* event)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        if (event == nullptr) {
+            received.emplace_back(nullptr, std::vector<float>{});
+            return;
+        }
+        std::vector<float> values(event->dataLen / sizeof(float));
+        std::memcpy(values.data(), event->data, values.size() * sizeof(float));
+        received.emplace_back(event, values);
+    }
+
+    SensorUser user{{}, Callback, nullptr};
+};
+std::mutex Subscriber::mutex;
+std::vector<std::pair<const void*, std::vector<float>>> Subscriber::received;
+
+class HostSensorServiceTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        HostPlatform::Reset();
+        Subscriber::received.clear();
+    }
+    void TearDown() override { HostPlatform::Reset(); }
+
+    Subscriber a_;
+    Subscriber b_;
+};
+
+TEST_F(HostSensorServiceTest, SubscriptionFollowsTheServiceRules)
+{
+    EXPECT_NE(SubscribeSensor(2, &a_.user), 0);  // not in the device's list
+    EXPECT_NE(SetBatch(1, &a_.user, 1, 1), 0);   // not subscribed
+    EXPECT_NE(ActivateSensor(1, &a_.user), 0);
+    EXPECT_EQ(SubscribeSensor(1, &a_.user), 0);
+    EXPECT_EQ(SubscribeSensor(1, &a_.user), 0);   // again: fine
+    EXPECT_NE(DeactivateSensor(1, &a_.user), 0);  // not active
+    EXPECT_EQ(SetBatch(1, &a_.user, 100000000, 200000000), 0);
+    EXPECT_EQ(ActivateSensor(1, &a_.user), 0);
+    EXPECT_EQ(ActivateSensor(1, &a_.user), 0);  // already active: fine
+    const SubscriptionState state = HostPlatform::GetSubscription(&a_.user, 1);
+    EXPECT_TRUE(state.subscribed && state.active);
+    EXPECT_EQ(state.reportInterval, 200000000);
+
+    HostPlatform::SetDeviceSensors({5});  // existing subscriptions keep delivering
+    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(1), 1);
+    EXPECT_EQ(UnsubscribeSensor(1, &a_.user), 0);  // also ends the activation
+    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(1), 0);
+    EXPECT_NE(UnsubscribeSensor(1, &a_.user), 0);
+}
+
+TEST_F(HostSensorServiceTest, FaultsHitOneSensorOrAllAndHealExactly)
+{
+    HostPlatform::Fail(SensorCall::SUBSCRIBE_SENSOR, 12);
+    EXPECT_NE(SubscribeSensor(12, &a_.user), 0);
+    EXPECT_EQ(SubscribeSensor(1, &a_.user), 0);
+    HostPlatform::Heal(SensorCall::SUBSCRIBE_SENSOR, std::nullopt);  // no matching fail
+    EXPECT_NE(SubscribeSensor(12, &a_.user), 0);
+    HostPlatform::Heal(SensorCall::SUBSCRIBE_SENSOR, 12);
+    EXPECT_EQ(SubscribeSensor(12, &a_.user), 0);
+
+    SensorInfo* list = nullptr;
+    int32_t count = 0;
+    HostPlatform::Fail(SensorCall::GET_ALL_SENSORS, std::nullopt);
+    EXPECT_NE(GetAllSensors(&list, &count), 0);
+    HostPlatform::Heal(SensorCall::GET_ALL_SENSORS, std::nullopt);
+    ASSERT_EQ(GetAllSensors(&list, &count), 0);
+    ASSERT_EQ(count, 3);
+    EXPECT_EQ(list[2].sensorTypeId, 12);
+    EXPECT_EQ(SensorCallFromName("SetBatch"), SensorCall::SET_BATCH);
+    EXPECT_FALSE(SensorCallFromName("setbatch").has_value());
+    EXPECT_STREQ(SensorCallName(SensorCall::DEACTIVATE_SENSOR), "DeactivateSensor");
+}
+
+TEST_F(HostSensorServiceTest, SamplesReachActiveSubscribersOnlyZeroPadded)
+{
+    for (Subscriber* s : {&a_, &b_}) {
+        SubscribeSensor(1, &s->user);
+        SetBatch(1, &s->user, 1, 1);
+    }
+    ActivateSensor(1, &a_.user);  // b is subscribed but not active
+    HostPlatform::InjectSample(1, {1.5F, 2.5F});
+    HostPlatform::InjectSample(5, {300.0F});  // nobody activated light
+    ASSERT_TRUE(HostPlatform::WaitIdle());
+    ASSERT_EQ(Subscriber::received.size(), 1U);
+    EXPECT_THAT(Subscriber::received[0].second, ElementsAre(1.5F, 2.5F, 0.0F, 0.0F));
+}
+
+TEST_F(HostSensorServiceTest, NullEventGoesOncePerActiveSubscriberRecord)
+{
+    for (int sensor : {1, 12}) {
+        SubscribeSensor(sensor, &a_.user);
+        ActivateSensor(sensor, &a_.user);
+    }
+    SubscribeSensor(5, &b_.user);  // subscribed, never activated
+    HostPlatform::InjectNullEvent();
+    ASSERT_TRUE(HostPlatform::WaitIdle());
+    ASSERT_EQ(Subscriber::received.size(), 1U);
+    EXPECT_EQ(Subscriber::received[0].first, nullptr);
+}
+
+TEST(HostInputServiceTest, MonitorIdsCountFromOneUnlessFixed)
+{
+    HostPlatform::Reset();
+    auto* input = MMI::InputManager::GetInstance();
+    std::atomic<int> calls{0};
+    auto monitor = [&calls](std::shared_ptr<MMI::PointerEvent>) { ++calls; };
+    EXPECT_EQ(input->AddMonitor(monitor), 1);
+    EXPECT_EQ(input->AddMonitor(monitor), 2);
+    HostPlatform::SetMonitorId(-1);
+    EXPECT_EQ(input->AddMonitor(monitor), -1);  // negative: not installed
+    EXPECT_EQ(HostPlatform::InstalledMonitorCount(), 2);
+    input->RemoveMonitor(42);  // not installed: nothing
+    HostPlatform::InjectTouch(2, 0, 1, 2, {0});
+    ASSERT_TRUE(HostPlatform::WaitIdle());
+    EXPECT_EQ(calls, 2);
+    input->RemoveMonitor(1);
+    input->RemoveMonitor(2);
+    EXPECT_EQ(HostPlatform::InstalledMonitorCount(), 0);
+    HostPlatform::Reset();
+}
+
+TEST(HostLogTest, LevelFilterAndRendering)
+{
+    HostPlatform::Reset();
+    Quil::Test::LogCapture log(5);
+    EXPECT_FALSE(PlatformLogIsLoggable(0xD002210, "T", LOG_LEVEL_INFO));
+    EXPECT_TRUE(PlatformLogIsLoggable(0xD002210, "T", LOG_LEVEL_WARN));
+    PlatformLogPrint(LOG_TYPE_CORE, LOG_LEVEL_INFO, 0xD002210, "T", "in %{public}s, hidden", "X");
+    PlatformLogPrint(LOG_TYPE_CORE, LOG_LEVEL_ERROR, 0xD002210, "Tag",
+                     "in %{public}s, x:%{public}d,y:%{private}lf,%%", "Enable", 3, 1.5);
+    const auto lines = log.Lines();
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(FormatLogLine(lines[0]), "E D002210/Tag: in Enable, x:3,y:1.500000,%");
+}
+
+}  // namespace
+}  // namespace Tarvo::Host::Test
