@@ -1,5 +1,6 @@
-// Whole paths: a touch gesture through the state machine, and a sample through the
-// platform, the sensor worker and a recogniser (the replay host's per-record cost).
+// Whole paths: a touch gesture through the state machine, a sample through the sensor
+// connection's dispatch, and a sample through the platform, the sensor worker and a
+// recogniser (the replay host's per-record cost).
 #include <benchmark/benchmark.h>
 
 #include "algo_flip.h"
@@ -63,6 +64,22 @@ void BM_SlideThroughStateMachine(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * 51);
 }
 BENCHMARK(BM_SlideThroughStateMachine);
+
+// Per sample: the sensor connection's dispatch to one bound recogniser (flip), without
+// the threads; against the bare flip step this is the cost of the binding and its lock.
+void BM_SensorDispatchToFlip(benchmark::State& state)
+{
+    Tarvo::Host::HostPlatform::SetLogLevel(8);
+    auto flip = std::make_shared<AlgoFlip>();
+    flip->RegisterCallback(MOTION_TYPE_FLIP, std::make_shared<NullCallback>());
+    float poses[2][4] = {{0.1F, 0.2F, 9.8F, 0.0F}, {6.9F, 0.2F, 6.9F, 0.0F}};
+    size_t i = 0;
+    for (auto _ : state) {
+        SensorConnection::GetInstance().NotifyCallback(1, poses[i++ & 1]);
+    }
+    flip->UnregisterCallback(MOTION_TYPE_FLIP);
+}
+BENCHMARK(BM_SensorDispatchToFlip);
 
 // Per sample: injected into the sensor service, delivered on its thread, queued,
 // handled by flip on the sensor worker, and waited for.

@@ -1,5 +1,6 @@
 // Pointer event sequences of any shape into the gesture state machine: it must never
-// crash, always keep a current state, and never let its store grow without bound.
+// crash, always keep a current state, and keep its store to the records six fingers
+// can leave (a down and a move each, plus slack for stray actions).
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
@@ -48,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         }
         machine.TransformState(machine.EnableHandle(event));
         if (machine.GetCurrentState() == nullptr ||
-            machine.GetCurrentState()->Out().pointerEvents.size() > 40) {
+            machine.GetCurrentState()->Out().pointerEvents.size() > 16) {
             std::abort();
         }
     }
