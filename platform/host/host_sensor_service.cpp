@@ -243,6 +243,12 @@ int HostSensorService::ActiveSubscriberCount(int32_t sensorTypeId)
         }));
 }
 
+int HostSensorService::SubscriptionCount()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return static_cast<int>(subscriptions_.size());
+}
+
 bool HostSensorService::Idle()
 {
     std::lock_guard<std::mutex> lock(mutex_);

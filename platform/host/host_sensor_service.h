@@ -41,6 +41,7 @@ public:
     void InjectNullEvent();
     SubscriptionState GetSubscription(const void* user, int32_t sensorTypeId);
     int ActiveSubscriberCount(int32_t sensorTypeId);
+    int SubscriptionCount();
     bool Idle();
     void Reset();
 
