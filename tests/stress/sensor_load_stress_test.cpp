@@ -72,7 +72,7 @@ TEST_F(SensorLoadStress, SubscriptionsChangeWhileAnotherSensorStreams)
     ASSERT_EQ(manager.Enable(4), 0);
     std::atomic<bool> stop{false};
     std::thread feeder([&] {
-        for (int i = 0; !stop; ++i) {
+        for (int i = 0; !stop || i < 2000; ++i) {
             InjectRotation(i);
             if (i % 16 == 0) {
                 std::this_thread::yield();
