@@ -61,13 +61,23 @@ set(CPACK_COMPONENT_TOOLS_DEPENDS runtime)
 if(EXISTS ${QUIL_PLOT_SCRIPT})
   set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "python3, python3-matplotlib")
 endif()
+set(QUIL_TOOLS_TEXT "quil-replay plays a text trace of host calls, sensor samples and touch
+events through the plug-in and prints the reports a host receives.")
+if(TARGET quil-import)
+  string(APPEND QUIL_TOOLS_TEXT "\nquil-import turns recordings made elsewhere into such traces.")
+endif()
+if(EXISTS ${QUIL_PLOT_SCRIPT})
+  string(APPEND QUIL_TOOLS_TEXT "\nquil-plot draws a trace's samples and the reports it gives.")
+endif()
+if(TARGET quil-live)
+  string(APPEND QUIL_TOOLS_TEXT "\nquil-live runs the plug-in on a live device's input.")
+endif()
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION
     "motion and touch gesture recognition plug-in - tools
 Quil Motion turns sensor samples and touch screen events into motion
 reports for a host service that loads it as a plug-in.
 .
-This package holds the programs that work with it: quil-replay plays a text
-trace of host calls, sensor samples and touch events through the plug-in and
-prints the reports a host receives.")
+This package holds the programs that work with it.
+${QUIL_TOOLS_TEXT}")
 
 include(CPack)
