@@ -149,8 +149,6 @@ std::vector<int32_t> PointerIds(Tape& tape)
     return ids;
 }
 
-class FuzzCallback;
-
 // What the fuzzing host knows of its objects. The callback may call into an object only
 // while the host has not begun to destroy it, and the host waits for such calls to end
 // before it calls Destroy: a host that let the two overlap would be at fault itself.
