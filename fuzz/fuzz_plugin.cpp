@@ -29,8 +29,8 @@ using Tarvo::Quil::IMotionAlgo;
 using Tarvo::Quil::MotionData;
 
 constexpr int kSlots = 2;
-constexpr int kIdleTimeoutMs = 10000;
-constexpr auto kCallTimeout = std::chrono::seconds(10);
+constexpr int kIdleTimeoutMs = 20000;  // generous: CI machines are often loaded
+constexpr auto kCallTimeout = std::chrono::seconds(20);
 constexpr auto kSlowCallback = std::chrono::microseconds(200);
 constexpr int32_t kAcc = 1;
 constexpr int32_t kLight = 5;

@@ -48,7 +48,7 @@ run_target() {
     fi
     local rc=0
     ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
-        "$dir/fuzz_$target" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=2048 \
+        "$dir/fuzz_$target" -max_total_time="$seconds" -timeout=60 -rss_limit_mb=2048 \
         -print_final_stats=1 -artifact_prefix="$out/$target/" "$scratch/$target" \
         >"$out/$target.log" 2>&1 || rc=$?
     echo "$rc" >"$out/$target.rc"
