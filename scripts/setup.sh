@@ -4,6 +4,8 @@ set -euo pipefail
 
 packages=(g++ make cmake ninja-build pkg-config binutils libcjson-dev libgtest-dev libgmock-dev
           libbenchmark-dev clang-format
+          # libFuzzer runs
+          clang libclang-rt-14-dev
           # packages, man pages and the reference
           dpkg-dev fakeroot file lintian scdoc doxygen man-db)
 missing=()
