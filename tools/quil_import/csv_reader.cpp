@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <vector>
 
 namespace Tarvo::Import {
@@ -263,6 +264,17 @@ double MsPerUnit(TimeUnit unit)
     return 1e-6;
 }
 
+// Out-of-range values become infinities, as strtof would give them; a plain cast of
+// such a double is undefined.
+float ToFloat(double value)
+{
+    if (std::isfinite(value) && std::fabs(value) > std::numeric_limits<float>::max()) {
+        return value < 0 ? -std::numeric_limits<float>::infinity()
+                         : std::numeric_limits<float>::infinity();
+    }
+    return static_cast<float>(value);
+}
+
 double Median(std::vector<double> values)
 {
     if (values.empty()) {
@@ -349,7 +361,7 @@ bool CsvReader::Read(std::istream& in, const std::string& name, const Options& o
                 if (!number(row, c, c == layout.prox ? "proximity" : "light", value)) {
                     return false;
                 }
-                (c == layout.prox ? sample.prox : sample.light) = static_cast<float>(value);
+                (c == layout.prox ? sample.prox : sample.light) = ToFloat(value);
             }
         }
         // A sensor that has not started yet reads exactly zero on every axis; a running
@@ -367,9 +379,9 @@ bool CsvReader::Read(std::istream& in, const std::string& name, const Options& o
         }
         lastTime = t;
         sample.timeMs = (t - firstTime) * MsPerUnit(layout.timeUnit);
-        sample.x = static_cast<float>(v[0]) * scale;
-        sample.y = static_cast<float>(v[1]) * scale;
-        sample.z = static_cast<float>(v[2]) * scale;
+        sample.x = ToFloat(v[0]) * scale;
+        sample.y = ToFloat(v[1]) * scale;
+        sample.z = ToFloat(v[2]) * scale;
         ++counts.samples;
         onSample(sample);
         return true;

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <sstream>
 #include <vector>
 
@@ -94,6 +95,14 @@ TEST(CsvReaderTest, RowsGoingBackInTimeAreSkipped)
     ASSERT_TRUE(r.ok) << r.error;
     EXPECT_EQ(r.counts.backwards, 1U);
     EXPECT_EQ(r.samples.size(), 3U);
+}
+
+TEST(CsvReaderTest, OutOfRangeValuesBecomeInfinite)
+{
+    const Result r = Read("0,1e300,-1e300,9.8\n1e300,0,0,9.8\n", {TimeUnit::S, {}});
+    ASSERT_TRUE(r.ok) << r.error;
+    EXPECT_EQ(r.samples[0].x, std::numeric_limits<float>::infinity());
+    EXPECT_EQ(r.samples[0].y, -std::numeric_limits<float>::infinity());
 }
 
 TEST(CsvReaderTest, ErrorsNameFileLineAndProblem)
