@@ -89,6 +89,20 @@ TEST(CsvReaderTest, DetectsTimeUnitFromSpacingAndGFromMagnitude)
     EXPECT_FLOAT_EQ(forced.samples[1].z, 1.0F);
 }
 
+TEST(CsvReaderTest, TimeUnitFromTheHeaderOnlyWhenItSaysOne)
+{
+    const auto unitOf = [](const std::string& name) {
+        return Read(name + ",x,y,z\n0,0,0,9.8\n20,0,0,9.8\n").layout;
+    };
+    EXPECT_EQ(unitOf("time (s)").timeUnit, TimeUnit::S);
+    EXPECT_EQ(unitOf("timestamp_nanos").timeUnit, TimeUnit::NS);
+    EXPECT_EQ(unitOf("elapsed_usec").timeUnit, TimeUnit::US);
+    EXPECT_EQ(unitOf("seconds_elapsed").timeUnitFrom, "spacing");
+    const CsvReader::Layout sinceBoot = unitOf("time_since_boot");
+    EXPECT_EQ(sinceBoot.timeUnitFrom, "spacing");
+    EXPECT_EQ(sinceBoot.timeUnit, TimeUnit::MS);
+}
+
 TEST(CsvReaderTest, RowsGoingBackInTimeAreSkipped)
 {
     const Result r = Read("0,0,0,9.8\n20,0,0,9.8\n10,0,0,9.8\n30,0,0,9.8\n");
