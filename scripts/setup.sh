@@ -4,6 +4,8 @@ set -euo pipefail
 
 packages=(g++ make cmake ninja-build pkg-config binutils libcjson-dev libgtest-dev libgmock-dev
           libbenchmark-dev clang-format
+          # touch decoding (event names) in the importer and the Linux platform
+          libevdev-dev
           # libFuzzer runs
           clang libclang-rt-14-dev
           # packages, man pages and the reference
