@@ -35,6 +35,13 @@ class TestPanels:
         assert {"x", "y", "z", "|a|"} <= set(shown)
         assert not any(label.startswith("touch") for label in shown)
         assert "time (ms)" in shown
+        assert "device" not in shown
+
+    def test_device_records_get_a_lane_of_their_own(self):
+        fig = figure_of("fail ActivateSensor 12\nenable 2\n", [], [CallResult(1, "enable", 2, -1)])
+        shown = texts(fig)
+        assert "device" in shown and "fail ActivateSensor 12" in shown
+        assert "+2\u2717-1" in shown
 
     def test_touch_trace_shows_tracks_and_the_display_panel(self):
         fig = figure_of(

@@ -21,9 +21,17 @@ class TestDeviceMotionLabels:
     def test_unknown_type(self):
         assert report_label(report(0, 42, result=7)) == "result 7"
 
-    def test_device_reports_are_markers_without_spans(self):
-        marks, spans = build_marks([report(100, 3), report(300, 3, result=0)], 400)
-        assert [(m.t, m.label) for m in marks] == [(100, "flipped (1)"), (300, "flip left (0)")]
+    def test_a_held_motion_spans_from_its_result_1_to_the_next_report(self):
+        reports = [report(0, 7, result=0), report(100, 7, result=1), report(300, 7, result=0),
+                   report(400, 6, result=1)]
+        marks, spans = build_marks(reports, 500)
+        assert [(m.t, m.label) for m in marks][:3] == [
+            (0, "not in pocket (0)"), (100, "in pocket (1)"), (300, "not in pocket (0)")]
+        assert [(s.type, s.start, s.end, s.finished, s.gesture) for s in spans] == [
+            (7, 100, 300, True, False), (6, 400, 500, False, False)]
+
+    def test_rotations_are_markers_only(self):
+        _, spans = build_marks([report(0, 4, rotate=0), report(9, 4, rotate=1)], 20)
         assert spans == []
 
 

@@ -83,7 +83,8 @@ def draw(trace, reports, calls, title=None):
     lanes = mk.lanes(reports, calls)
     fingers = trace.fingers()
 
-    panels = [("reports", LANE_INCHES * (len(lanes) + 1) + 0.3)]
+    tick_lanes = 2 if trace.device else 1
+    panels = [("reports", LANE_INCHES * (len(lanes) + tick_lanes) + 0.3)]
     if trace.acc:
         panels.append(("acc", 2.3))
     if trace.prox or trace.light:
@@ -121,7 +122,7 @@ def draw(trace, reports, calls, title=None):
     left, right = scale.limits()
     first.set_xlim(left, right)
     signal_axes = [ax for name, ax in axes.items() if name != "reports"]
-    _draw_reports(fig, axes["reports"], marks, spans, lanes, calls, scale)
+    _draw_reports(fig, axes["reports"], marks, spans, lanes, calls, trace.device, scale)
     _draw_overlays(signal_axes, marks, spans, scale)
     if "acc" in axes:
         _draw_acc(axes["acc"], trace.acc, scale)
@@ -156,11 +157,12 @@ def _label_widths(fig, ax, texts):
     return [(len(text) + 2) * char_px * per_px for text in texts]
 
 
-def _draw_reports(fig, ax, marks, spans, lanes, calls, scale):
-    """One lane per motion type (top down), host calls in the bottom lane."""
+def _draw_reports(fig, ax, marks, spans, lanes, calls, device, scale):
+    """One lane per motion type (top down); host calls and device records below."""
     lane_y = {kind: -i for i, kind in enumerate(lanes)}
     host_y = -len(lanes)
-    rows = (0.28, -0.02, -0.32)
+    # Above the markers first, then below, then across them.
+    rows = (0.28, -0.32, -0.02)
 
     for span in spans:
         y = lane_y[span.type]
@@ -186,19 +188,19 @@ def _draw_reports(fig, ax, marks, spans, lanes, calls, scale):
                         color=mark.colour, fontweight="bold", annotation_clip=False)
 
     groups = mk.group_calls(calls)
-    xs = [scale(t) for t, _, _ in groups]
-    texts = [", ".join(labels) for _, labels, _ in groups]
-    levels = mk.stagger(xs, _label_widths(fig, ax, texts), levels=len(rows))
-    for x, text, (_, _, failed), level in zip(xs, texts, groups, levels):
-        colour = "#c00000" if failed else "#333333"
-        ax.plot([x], [host_y], marker="|", markersize=10, markeredgewidth=1.5, color=colour)
-        ax.annotate(text, (x, host_y + rows[level]), xytext=(4, 0),
-                    textcoords="offset points", va="center", fontsize=LABEL_SIZE,
-                    color=colour, annotation_clip=False)
+    ticks = [(t, ", ".join(labels), "#c00000" if failed else "#333333")
+             for t, labels, failed in groups]
+    _draw_ticks(fig, ax, ticks, host_y, rows, scale)
+    bottom = host_y
+    if device:
+        bottom -= 1
+        ax.axhline(host_y - 0.5, color="#cccccc", linewidth=0.5)
+        _draw_ticks(fig, ax, [(t, text, "#777777") for t, text in device], bottom, rows, scale)
 
-    ax.set_ylim(host_y - 0.5, 0.5)
-    ax.set_yticks([lane_y[k] for k in lanes] + [host_y])
-    ax.set_yticklabels([mk.lane_label(k) for k in lanes] + ["host calls"])
+    ax.set_ylim(bottom - 0.5, 0.5)
+    ax.set_yticks([lane_y[k] for k in lanes] + [host_y] + ([bottom] if device else []))
+    ax.set_yticklabels([mk.lane_label(k) for k in lanes] + ["host calls"]
+                       + (["device"] if device else []))
     for tick, kind in zip(ax.get_yticklabels(), lanes):
         tick.set_color(mk.type_colour(kind))
         tick.set_fontweight("bold")
@@ -208,10 +210,20 @@ def _draw_reports(fig, ax, marks, spans, lanes, calls, scale):
                 fontsize=8, color="#555555")
 
 
+def _draw_ticks(fig, ax, ticks, y, rows, scale):
+    """Instants as ticks in one lane, each labelled, labels staggered over the rows."""
+    xs = [scale(t) for t, _, _ in ticks]
+    levels = mk.stagger(xs, _label_widths(fig, ax, [text for _, text, _ in ticks]), len(rows))
+    for x, (_, text, colour), level in zip(xs, ticks, levels):
+        ax.plot([x], [y], marker="|", markersize=10, markeredgewidth=1.5, color=colour)
+        ax.annotate(text, (x, y + rows[level]), xytext=(4, 0), textcoords="offset points",
+                    va="center", fontsize=LABEL_SIZE, color=colour, annotation_clip=False)
+
+
 def _draw_overlays(axes, marks, spans, scale):
     """Reports carried down onto the signals, so the cause lines up with the effect."""
     for ax in axes:
-        for span in spans:
+        for span in (s for s in spans if s.gesture):
             ax.axvspan(scale(span.start), scale(span.end), color=span.colour, alpha=0.12,
                        linewidth=0)
         for mark in marks:

@@ -50,6 +50,8 @@ ROTATIONS = {0: "upright", 1: "turned right", 2: "upside down", 3: "turned left"
 ARROWS = {0: "\u2191", 1: "\u2190", 2: "\u2193", 3: "\u2192"}
 PINCH_ACTIONS = {0: "open", 1: "close"}
 STATUS_START, STATUS_END = 1, 3
+# Device motions whose result 1 holds until a report with another result.
+HELD_TYPES = (0, 2, 3, 6, 7)
 
 
 def type_name(motion_type):
@@ -77,14 +79,19 @@ class Mark:
 
 @dataclass
 class Span:
-    """A gesture from its start report to its finishing report (or the trace's end)."""
+    """A gesture from its start report to its finishing report, or a held device motion
+    (picked up, at the ear, ...) from its result 1 to the next report; unfinished ones
+    run to the trace's end."""
 
     start: float
     end: float
     type: int
-    label: str
     colour: str
     finished: bool
+
+    @property
+    def gesture(self):
+        return self.type in GESTURE_TYPES
 
 
 def _amount(report):
@@ -125,44 +132,29 @@ def report_label(report, first_of_gesture=True):
     return f"result {report.result}"
 
 
-def gesture_label(report):
-    """The text of a gesture's span, from its first report."""
-    if report.type == 12:
-        action = PINCH_ACTIONS.get(report.action, f"action {report.action}")
-        return f"pinch {action}"
-    if report.type == 13:
-        return f"slide {ARROWS.get(report.direction, '?')}"
-    return f"swipe {ARROWS.get(report.direction, '?')}"
-
-
 def build_marks(reports, end_time):
-    """Turns the replay's reports into markers (all of them) and gesture spans."""
+    """Turns the replay's reports into markers (all of them) and spans."""
     marks, spans = [], []
-    open_gesture = {}  # type -> (start time, first report)
+    opened = {}  # type -> start time of its gesture or held motion
     for report in reports:
-        colour = type_colour(report.type)
+        kind = report.type
         first = True
-        if report.type in GESTURE_TYPES:
-            started = open_gesture.get(report.type)
-            first = started is None
-            if first:
-                open_gesture[report.type] = (report.t, report)
+        if kind in GESTURE_TYPES:
+            first = kind not in opened
+            opened.setdefault(kind, report.t)
             if report.status == STATUS_END:
-                start, opener = open_gesture.pop(report.type)
-                spans.append(
-                    Span(start, report.t, report.type, gesture_label(opener), colour, True)
-                )
+                spans.append(Span(opened.pop(kind), report.t, kind, type_colour(kind), True))
+        elif kind in HELD_TYPES:
+            if kind in opened and report.result != 1:
+                spans.append(Span(opened.pop(kind), report.t, kind, type_colour(kind), True))
+            elif report.result == 1:
+                opened.setdefault(kind, report.t)
         marks.append(
-            Mark(
-                report.t,
-                report.type,
-                report_label(report, first),
-                colour,
-                finish=report.status == STATUS_END,
-            )
+            Mark(report.t, kind, report_label(report, first), type_colour(kind),
+                 finish=report.status == STATUS_END)
         )
-    for kind, (start, opener) in open_gesture.items():
-        spans.append(Span(start, max(end_time, start), kind, gesture_label(opener), type_colour(kind), False))
+    for kind, start in opened.items():
+        spans.append(Span(start, max(end_time, start), kind, type_colour(kind), False))
     spans.sort(key=lambda span: span.start)
     return marks, spans
 

@@ -75,6 +75,7 @@ class Trace:
     prox: list = field(default_factory=list)
     touches: list = field(default_factory=list)
     calls: list = field(default_factory=list)
+    device: list = field(default_factory=list)  # (time, record text) of device records
     end: float = 0.0  # time of the last record
 
     def fingers(self):
@@ -231,6 +232,7 @@ def _read_record(trace, t, keyword, args, where, number):
         _id_list(args[2], where)
     elif keyword in DEVICE_RECORDS:
         _device_record(keyword, args, where)
+        trace.device.append((t, " ".join([keyword] + args)))
     else:
         raise TraceError(f"{where}: unknown record '{keyword}'")
 
