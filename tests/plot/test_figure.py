@@ -29,7 +29,7 @@ class TestPanels:
         )
         shown = texts(fig)
         assert "not in pocket (0)" in shown and "in pocket (1)" in shown
-        assert "7 pocket" in shown and "host calls" in shown and "+7" in shown
+        assert "pocket (7)\n2 reports" in shown and "host calls" in shown and "+7" in shown
         assert any(label.startswith("acceleration") for label in shown)
         assert "proximity" in shown and "light" in shown
         assert {"x", "y", "z", "|a|"} <= set(shown)

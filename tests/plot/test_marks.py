@@ -97,5 +97,5 @@ class TestStagger:
     def test_labels_that_would_overlap_take_other_rows(self):
         assert stagger([0, 1, 2, 50], [10, 10, 10, 10]) == [0, 1, 2, 0]
 
-    def test_when_all_rows_are_taken_the_first_to_free_up_is_reused(self):
-        assert stagger([0, 1, 2, 3], [10, 30, 30, 5], levels=3) == [0, 1, 2, 0]
+    def test_a_label_with_no_free_row_is_left_out(self):
+        assert stagger([0, 1, 2, 3, 40], [10, 10, 10, 10, 5], levels=2) == [0, 1, None, None, 0]

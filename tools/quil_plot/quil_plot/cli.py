@@ -39,6 +39,8 @@ def _arguments(argv):
                         help="the quil-replay to run (default: $QUIL_REPLAY, else the one "
                         "beside quil-plot, else the one on PATH)")
     parser.add_argument("--title", help="the figure's heading (default: the trace's path)")
+    parser.add_argument("--dpi", type=int, default=100,
+                        help="pixels per inch of a PNG (default 100; the figure is 13 inches wide)")
     return parser.parse_args(argv)
 
 
@@ -56,6 +58,8 @@ def _output_path(args):
 def main(argv=None, script_dir=None):
     args = _arguments(sys.argv[1:] if argv is None else argv)
     output = _output_path(args)
+    if not 20 <= args.dpi <= 600:
+        return _fail("--dpi must be between 20 and 600", USAGE_ERROR)
     try:
         trace = read_trace(args.trace)
         if args.replay:
@@ -77,7 +81,7 @@ def main(argv=None, script_dir=None):
 
     figure = draw(trace, reports, calls, title=args.title)
     try:
-        figure.savefig(output, dpi=figure.dpi)
+        figure.savefig(output, dpi=args.dpi)
     except (OSError, ValueError) as error:
         return _fail(f"{output}: cannot write: {getattr(error, 'strerror', None) or error}",
                      FAILURE)

@@ -23,6 +23,8 @@ FINGER_COLOURS = ["#1f77b4", "#ff7f0e", "#2ca02c", "#d62728", "#9467bd", "#8c564
                   "#e377c2", "#17becf", "#bcbd22", "#7f7f7f"]
 LABEL_SIZE = 7
 LANE_INCHES = 0.5
+MAX_OVERLAY_LINES = 40
+DENSE_SAMPLES = 400  # beyond this many, samples are drawn as thin lines without dots
 WIDTH_INCHES = 13.0
 DPI = 100
 
@@ -161,8 +163,8 @@ def _draw_reports(fig, ax, marks, spans, lanes, calls, device, scale):
     """One lane per motion type (top down); host calls and device records below."""
     lane_y = {kind: -i for i, kind in enumerate(lanes)}
     host_y = -len(lanes)
-    # Above the markers first, then below, then across them.
-    rows = (0.28, -0.32, -0.02)
+    # Above and below the markers, never across them.
+    rows = (0.28, -0.3)
 
     for span in spans:
         y = lane_y[span.type]
@@ -183,6 +185,8 @@ def _draw_reports(fig, ax, marks, spans, lanes, calls, device, scale):
         for x, mark, level in zip(xs, lane_marks, levels):
             ax.plot([x], [y], marker="s" if mark.finish else "o", markersize=5,
                     color=mark.colour, markeredgecolor="black", markeredgewidth=0.4)
+            if level is None:
+                continue
             ax.annotate(mark.label, (x, y + rows[level]), xytext=(4, 0),
                         textcoords="offset points", va="center", fontsize=LABEL_SIZE,
                         color=mark.colour, fontweight="bold", annotation_clip=False)
@@ -199,7 +203,9 @@ def _draw_reports(fig, ax, marks, spans, lanes, calls, device, scale):
 
     ax.set_ylim(bottom - 0.5, 0.5)
     ax.set_yticks([lane_y[k] for k in lanes] + [host_y] + ([bottom] if device else []))
-    ax.set_yticklabels([mk.lane_label(k) for k in lanes] + ["host calls"]
+    counts = {k: len(by_lane.get(k, [])) for k in lanes}
+    ax.set_yticklabels([f"{mk.lane_label(k)}\n{counts[k]} report{'s' if counts[k] != 1 else ''}"
+                        for k in lanes] + ["host calls"]
                        + (["device"] if device else []))
     for tick, kind in zip(ax.get_yticklabels(), lanes):
         tick.set_color(mk.type_colour(kind))
@@ -216,20 +222,25 @@ def _draw_ticks(fig, ax, ticks, y, rows, scale):
     levels = mk.stagger(xs, _label_widths(fig, ax, [text for _, text, _ in ticks]), len(rows))
     for x, (_, text, colour), level in zip(xs, ticks, levels):
         ax.plot([x], [y], marker="|", markersize=10, markeredgewidth=1.5, color=colour)
+        if level is None:
+            continue
         ax.annotate(text, (x, y + rows[level]), xytext=(4, 0), textcoords="offset points",
                     va="center", fontsize=LABEL_SIZE, color=colour, annotation_clip=False)
 
 
 def _draw_overlays(axes, marks, spans, scale):
-    """Reports carried down onto the signals, so the cause lines up with the effect."""
+    """Reports carried down onto the signals, so the cause lines up with the effect.
+    Past a few dozen device reports the lines would hide the signals: the lanes say it."""
+    device_marks = [m for m in marks if m.type not in mk.GESTURE_TYPES]
+    if len(device_marks) > MAX_OVERLAY_LINES:
+        device_marks = []
     for ax in axes:
         for span in (s for s in spans if s.gesture):
             ax.axvspan(scale(span.start), scale(span.end), color=span.colour, alpha=0.12,
                        linewidth=0)
-        for mark in marks:
-            if mark.type not in mk.GESTURE_TYPES:
-                ax.axvline(scale(mark.t), color=mark.colour, alpha=0.6, linewidth=1.0,
-                           linestyle="--")
+        for mark in device_marks:
+            ax.axvline(scale(mark.t), color=mark.colour, alpha=0.6, linewidth=1.0,
+                       linestyle="--")
 
 
 def _end_labels(ax, series):
@@ -249,15 +260,17 @@ def _draw_acc(ax, samples, scale):
     ts = [scale(s.t) for s in samples]
     columns = list(zip(*[[_finite(v) for v in s.values] for s in samples]))
     mags = [math.sqrt(x * x + y * y + z * z) for x, y, z in zip(*columns)]
+    dense = len(ts) > DENSE_SAMPLES
     ax.axhline(GRAVITY, color="#999999", linewidth=0.6, linestyle=":")
     ax.axhline(-GRAVITY, color="#999999", linewidth=0.6, linestyle=":")
     ax.axhline(0, color="#bbbbbb", linewidth=0.5)
     series = []
     for name, values in zip(("x", "y", "z"), columns):
-        ax.plot(ts, values, color=AXIS_COLOURS[name], linewidth=1.1, marker=".",
-                markersize=3 if len(ts) < 400 else 0)
+        ax.plot(ts, values, color=AXIS_COLOURS[name], linewidth=1.1 if not dense else 0.6,
+                marker=".", markersize=0 if dense else 3, zorder=2)
         series.append((name, AXIS_COLOURS[name], values[-1]))
-    ax.plot(ts, mags, color=AXIS_COLOURS["|a|"], linewidth=1.6)
+    ax.plot(ts, mags, color=AXIS_COLOURS["|a|"], linewidth=1.6 if not dense else 0.7,
+            zorder=1.5)
     series.append(("|a|", AXIS_COLOURS["|a|"], mags[-1]))
     ax.set_ylabel("acceleration\n(m/s\u00b2)", fontsize=8)
     _end_labels(ax, series)

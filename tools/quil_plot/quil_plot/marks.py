@@ -63,7 +63,7 @@ def type_colour(motion_type):
 
 
 def lane_label(motion_type):
-    return f"{motion_type} {type_name(motion_type)}"
+    return f"{type_name(motion_type)} ({motion_type})"
 
 
 @dataclass
@@ -198,15 +198,14 @@ def stagger(positions, widths, levels=3):
     """Picks a text row for each label so that neighbours do not overlap.
 
     positions and widths are in the same unit (labels start at their position). A label
-    goes to the lowest row whose previous label has ended; when all rows are taken it
-    goes to the row that frees up first.
+    goes to the lowest row whose previous label has ended; when every row is still taken
+    it gets None and is left out (its marker still shows), so dense stretches stay legible.
     """
     ends = [-math.inf] * levels
     rows = []
     for x, width in zip(positions, widths):
         row = next((i for i, end in enumerate(ends) if end <= x), None)
-        if row is None:
-            row = min(range(levels), key=lambda i: ends[i])
-        ends[row] = x + width
+        if row is not None:
+            ends[row] = x + width
         rows.append(row)
     return rows
