@@ -66,6 +66,15 @@ class TestPanels:
         assert "no reports" in shown
 
 
+    def test_hostile_values_are_drawn_not_crashed_on(self, tmp_path):
+        fig = figure_of(
+            "@0 acc nan inf -inf\n@1 acc 1e38 0 0\n@2 prox nan\n@3 light -inf\n"
+            "@4 touch down 0 2147483647 -2147483648 0\n@5 touch up 0 5 5 -\n",
+            [Report(5, 99, 7, 7, 7, 7, 7, float("nan"))], [])
+        fig.savefig(tmp_path / "x.png")
+        assert "result 7" in texts(fig)
+
+
 class TestSpread:
     def test_close_labels_are_pushed_apart_in_order(self):
         placed = spread([0.5, 0.52, 0.1], 0.1)

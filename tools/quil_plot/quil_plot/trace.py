@@ -234,7 +234,8 @@ def _read_record(trace, t, keyword, args, where, number):
         _device_record(keyword, args, where)
         trace.device.append((t, " ".join([keyword] + args)))
     else:
-        raise TraceError(f"{where}: unknown record '{keyword}'")
+        shown = "".join(c if c.isprintable() else "?" for c in keyword)
+        raise TraceError(f"{where}: unknown record '{shown}'")
 
 
 def _touch_action(token, where):
