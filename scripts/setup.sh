@@ -3,7 +3,8 @@
 set -euo pipefail
 
 packages=(g++ make cmake ninja-build pkg-config binutils libcjson-dev libgtest-dev libgmock-dev
-          libbenchmark-dev clang-format python3 python3-matplotlib python3-pil python3-pytest)
+          libbenchmark-dev clang-format libevdev-dev python3 python3-matplotlib python3-pil
+          python3-pytest)
 missing=()
 for pkg in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q "install ok installed" || missing+=("$pkg")
