@@ -27,58 +27,82 @@ DATA = "tests/data/recordings"
 DOC = "docs/real-recordings.md"
 FIGURES = "docs/real-recordings"
 PNG_DPI = 72
-PNG_COLOURS = 48  # a palette PNG keeps each figure well under 200 KB
+PNG_COLOURS = 128  # a palette PNG keeps each figure well under 200 KB
 
-WALKING = ("Samsung Galaxy S6 accelerometer at 100 Hz, about 190 s of walking with the phone "
-           "{where}; it starts in the hand before it is stowed. Columns: time in ns since "
-           "boot, x, y, z in m/s\u00b2 (headerless).")
-EP = ("evemu recording of an EP0430M09 touch screen (0\u20131279 \u00d7 0\u2013767, 5 slots, "
+WALKING = ("A phone's accelerometer at 100 Hz, about 190 s of walking with the phone "
+           "{where}. Columns: time in ns since boot, x, y, z in m/s\u00b2 (no header).")
+SCREEN_A = ("evemu recording of touch screen A (0\u20131279 \u00d7 0\u2013767, 5 slots, "
       "protocol B): {what}.")
-WACOM = ("evemu recording of a Wacom ISDv4 E6 finger touch panel (0\u20132776 \u00d7 "
+SCREEN_B = ("evemu recording of touch screen B (0\u20132776 \u00d7 "
          "0\u20131569, 2 slots, protocol B): {what}.")
 
-# (name, files relative to DATA, importer options, what it is)
+# (name, files relative to DATA, importer options, what it is, what the library makes of it)
 RECORDINGS = [
     ("walking-hand", ["phone-walking/user1_hand_1506421989895.csv"], [],
-     WALKING.format(where="held in the hand")),
+     WALKING.format(where="held in the hand"),
+     "Walking with the phone in the hand is not shaking: the rotation follows the phone "
+     "as it is held. The log has no proximity or light, so pocket only ever says that the "
+     "phone is not in a pocket; that holds for every walking recording."),
     ("walking-frontpocket-1", ["phone-walking/user1_frontpocket_1506422223341.csv"], [],
-     WALKING.format(where="in a front trouser pocket")),
+     WALKING.format(where="in a front trouser pocket, taken from the hand in the "
+                                   "first seconds"),
+     "In a trouser pocket every stride swings the phone: shake turns on and off about "
+     "once a second and rotation follows the phone's tilt in the pocket."),
     ("walking-frontpocket-2", ["phone-walking/user2_frontpocket_1506422217391.csv"], [],
-     WALKING.format(where="in a front trouser pocket (a second person)")),
+     WALKING.format(where="in a front trouser pocket (a second person), taken from "
+                                   "the hand in the first seconds"),
+     "The same with a second person: shake and rotation change more than twice a "
+     "second. The flip in the first seconds is the phone being turned over "
+     "as it is stowed."),
     ("walking-bag", ["phone-walking/user1_bag_1506423095164.csv"], [],
-     WALKING.format(where="in a bag")),
-    ("ep-1-finger-drag", ["touchscreens/EP0430M09.desc",
+     WALKING.format(where="in a bag, taken from the hand in the first seconds"),
+     "In a swinging bag shake turns on and off several times a second; the phone lies on "
+     "its side, so rotation changes only now and then."),
+    ("screen-a-1-finger-drag", ["touchscreens/EP0430M09.desc",
                           "touchscreens/EP0430M09.1-finger-drag-up-down.events"], [],
-     EP.format(what="one finger dragged up and down")),
-    ("ep-2-finger-scroll", ["touchscreens/EP0430M09.desc",
+     SCREEN_A.format(what="one finger dragged up and down"),
+     "A drag in the middle of the screen starts in no edge zone: no swipe, rightly."),
+    ("screen-a-2-finger-scroll", ["touchscreens/EP0430M09.desc",
                             "touchscreens/EP0430M09.2-finger-scroll-down.events"], [],
-     EP.format(what="a two-finger scroll down")),
-    ("ep-2-fingers-touch", ["touchscreens/EP0430M09.desc",
+     SCREEN_A.format(what="a two-finger scroll down"),
+     "Two fingers moving together keep their distance: no pinch, rightly."),
+    ("screen-a-2-fingers-touch", ["touchscreens/EP0430M09.desc",
                             "touchscreens/EP0430M09.2-fingers-touch-release.events"], [],
-     EP.format(what="two fingers touching and releasing")),
-    ("ep-4-finger-drag", ["touchscreens/EP0430M09.desc",
+     SCREEN_A.format(what="two fingers touching and releasing"),
+     "Two fingers that do not move: nothing."),
+    ("screen-a-4-finger-drag", ["touchscreens/EP0430M09.desc",
                           "touchscreens/EP0430M09.4-finger-drag-down.events"], [],
-     EP.format(what="four fingers dragged down")),
-    ("wacom-single-swipe", ["touchscreens/Wacom-ISDv4-E6-Finger.desc",
+     SCREEN_A.format(what="four fingers dragged down"),
+     "Four fingers are no gesture: nothing."),
+    ("screen-b-1-finger-swipe", ["touchscreens/Wacom-ISDv4-E6-Finger.desc",
                             "touchscreens/Wacom-ISDv4-E6-Finger.single-top-swipe.events"], [],
-     WACOM.format(what="one-finger swipes that start near the left edge")),
-    ("wacom-double-swipe", ["touchscreens/Wacom-ISDv4-E6-Finger.desc",
+     SCREEN_B.format(what="one-finger swipes that start near the left edge"),
+     "A finger from the left edge across the screen: a swipe from the left (type 10), "
+     "finished when the finger lifts."),
+    ("screen-b-2-finger-swipe", ["touchscreens/Wacom-ISDv4-E6-Finger.desc",
                             "touchscreens/Wacom-ISDv4-E6-Finger.double-top-swipe.events"], [],
-     WACOM.format(what="two-finger swipes that start near the left edge")),
-    ("wacom-double-scroll", ["touchscreens/Wacom-ISDv4-E6-Finger.desc",
+     SCREEN_B.format(what="two-finger swipes that start near the left edge"),
+     "The same with two fingers: an edge swipe is one finger, and the two keep their "
+     "distance, so it is no pinch either: nothing."),
+    ("screen-b-2-finger-scroll", ["touchscreens/Wacom-ISDv4-E6-Finger.desc",
                              "touchscreens/Wacom-ISDv4-E6-Finger.double-center-scroll.events"],
-     [], WACOM.format(what="a two-finger scroll in the centre")),
-    ("dell-canvas", ["touchscreens/dell_canvas_touch.evemu"], [],
-     "evemu recording of a large touch display (0\u201332767 on both axes, 5 slots, "
+     [], SCREEN_B.format(what="a two-finger scroll in the centre"),
+     "Two fingers scrolling together: nothing."),
+    ("screen-c-large", ["touchscreens/dell_canvas_touch.evemu"], [],
+     "evemu recording of touch screen C, a large display (0\u201332767 on both axes, 5 slots, "
      "protocol B, device description in the file's header): a five-finger pinch-in and "
-     "a four-finger drag."),
+     "a four-finger drag.",
+     "More than three fingers are no gesture, and a pinch is two fingers: nothing."),
     ("getevent-single-drag", ["getevent/phone-single-drag.txt"], [],
-     "Android `getevent -lt` dump of a phone (protocol A, no axis ranges recorded, so "
+     "`getevent -lt` dump of a phone's touch screen (protocol A, no axis ranges recorded, so "
      "the largest values seen are taken as the maxima): one finger dragged across the "
-     "screen."),
+     "screen.",
+     "The drag runs left to right from the middle, so it is no swipe from the left edge. "
+     "With the largest values seen as the maxima it lies on the display's bottom row."),
     ("getevent-two-finger-drag", ["getevent/phone-two-finger-drag.txt"], [],
-     "Android `getevent -lt` dump of the same phone (protocol A): two fingers dragged in "
-     "parallel."),
+     "`getevent -lt` dump of the same phone (protocol A): two fingers dragged in "
+     "parallel.",
+     "Two fingers in parallel are neither an edge swipe nor a pinch: nothing."),
 ]
 
 
@@ -113,6 +137,19 @@ def report_table(trace, reports):
     return lines, minutes
 
 
+def summary_row(name, trace, reports, minutes):
+    counts = collections.Counter(r.type for r in reports)
+    rates = ", ".join(f"{marks.type_name(kind)} {n / minutes:.1f}"
+                      for kind, n in sorted(counts.items())) if minutes > 0 else ""
+    return f"| [{name}](#{name}) | {minutes * 60:.1f} s | {rates or 'none'} |"
+
+
+SUMMARY_HEAD = [
+    "| recording | length | reports per minute |",
+    "|---|---:|---|",
+]
+
+
 def shrink_png(path):
     """Palette PNGs are a fraction of the size of full-colour ones for plots like these."""
     from PIL import Image
@@ -135,9 +172,9 @@ def main():
             sys.exit(f"plot-recordings: {program} is missing: build first (scripts/build.sh)")
     os.makedirs(os.path.join(ROOT, FIGURES), exist_ok=True)
 
-    page = HEADER[:]
+    sections, summary = [], []
     with tempfile.TemporaryDirectory() as scratch:
-        for name, files, options, about in RECORDINGS:
+        for name, files, options, about, seen in RECORDINGS:
             paths = [f"{DATA}/{f}" for f in files]
             command = ["build/quil-import", *options, *paths]
             trace_text = run([importer, *options, *paths], f"importing {name}")
@@ -156,7 +193,7 @@ def main():
                 f"plotting {name}")
             shrink_png(os.path.join(ROOT, figure))
             table, minutes = report_table(trace, reports)
-            page += [
+            sections += [
                 f"## {name}", "",
                 about, "",
                 "```sh",
@@ -165,9 +202,12 @@ def main():
                 f"![{name}](real-recordings/{name}.png)", "",
                 f"{minutes * 60:.1f} s of trace; what the library reports:", "",
                 *table, "",
+                seen, "",
             ]
+            summary.append(summary_row(name, trace, reports, minutes))
             size = os.path.getsize(os.path.join(ROOT, figure)) // 1024
             print(f"{name}: {len(reports)} reports, figure {size} KB")
+    page = HEADER + SUMMARY_HEAD + summary + [""] + sections
     with open(os.path.join(ROOT, DOC), "w") as f:
         f.write("\n".join(page))
 
@@ -175,10 +215,10 @@ def main():
 HEADER = [
     "# The library on real recordings",
     "",
-    "Recordings made on real phones and touch screens by other people (their sources and",
-    f"licences are in [`{DATA}/`](../{DATA}/README.md)), imported with `quil-import`,",
-    "replayed with `quil-replay` and drawn with `quil-plot`. None of them was made for this",
-    "library: they show how its recognisers behave on real input, not what a person meant.",
+    "Recordings made on real phones and touch screens by other people (sources and",
+    f"licences: [`{DATA}/README.md`](../{DATA}/README.md)), imported with",
+    "`quil-import`, replayed with `quil-replay` and drawn with `quil-plot`. None of them was",
+    "made for this library: they show how its recognisers behave on real input.",
     "",
     "Each section gives the import command, the figure (signals and touches on one time",
     "axis, every report in the lane of its motion type, host calls below) and the reports",
