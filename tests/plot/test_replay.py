@@ -84,16 +84,20 @@ class TestFind:
         on_path = executable(bin_dir / "quil-replay")
         monkeypatch.setenv("PATH", str(bin_dir))
         monkeypatch.setenv("QUIL_REPLAY", setting)
-        assert find_replay(option, str(build)) == option
-        assert find_replay(None, str(build)) == setting
+        sources = tmp_path / "src-build"
+        sources.mkdir()
+        in_sources = executable(sources / "quil-replay")
+        assert find_replay(option, str(build), str(sources)) == option
+        assert find_replay(None, str(build), str(sources)) == setting
         monkeypatch.delenv("QUIL_REPLAY")
-        assert find_replay(None, str(build)) == beside
-        assert find_replay(None, str(tmp_path)) == on_path
+        assert find_replay(None, str(build), str(sources)) == beside
+        assert find_replay(None, str(tmp_path), str(sources)) == in_sources
+        assert find_replay(None, str(tmp_path), str(tmp_path)) == on_path
 
     def test_missing_replay_is_a_clear_error(self, tmp_path, monkeypatch):
         monkeypatch.setenv("PATH", str(tmp_path))
         monkeypatch.delenv("QUIL_REPLAY", raising=False)
         with pytest.raises(ReplayError, match="cannot find quil-replay"):
-            find_replay(None, str(tmp_path))
+            find_replay(None, str(tmp_path), str(tmp_path))
         with pytest.raises(ReplayError, match="is not an executable file"):
             find_replay(os.path.join(str(tmp_path), "nope"), None)

@@ -76,8 +76,11 @@ def main(argv=None, script_dir=None):
         return _fail(str(error), error.exit_code)
 
     # Matplotlib is imported only now, so that bad input is reported quickly.
-    from .figure import draw
-    import matplotlib.pyplot as plt
+    try:
+        from .figure import draw
+        import matplotlib.pyplot as plt
+    except ImportError as error:
+        return _fail(f"cannot load matplotlib ({error}): install python3-matplotlib", FAILURE)
 
     figure = draw(trace, reports, calls, title=args.title)
     try:

@@ -104,7 +104,7 @@ def draw(trace, reports, calls, title=None):
     grid = fig.add_gridspec(
         len(panels), columns, height_ratios=heights,
         width_ratios=[5, 1] if fingers else [1], hspace=0.12, wspace=0.12,
-        left=0.1, right=0.93 if not fingers else 0.97,
+        left=0.125, right=0.93 if not fingers else 0.97,
         top=1 - 0.6 / total, bottom=0.55 / total,
     )
     axes = {}

@@ -45,18 +45,22 @@ class CallResult:
         return self.result != 0
 
 
-def find_replay(explicit=None, script_dir=None):
+SOURCE_BUILD = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "..", "build")
+
+
+def find_replay(explicit=None, script_dir=None, source_build=SOURCE_BUILD):
     """The quil-replay to run: the --quil-replay option, else $QUIL_REPLAY, else the
-    one beside this program (a build tree), else the first on PATH."""
+    one beside this program (a build tree), else the one in the source tree's build/
+    (when run from the sources), else the first on PATH."""
     if explicit:
         return _usable(explicit, "--quil-replay")
     env = os.environ.get(REPLAY_ENV)
     if env:
         return _usable(env, REPLAY_ENV)
-    if script_dir:
-        beside = os.path.join(script_dir, "quil-replay")
-        if os.path.isfile(beside) and os.access(beside, os.X_OK):
-            return beside
+    for folder in (script_dir, source_build):
+        candidate = os.path.join(folder, "quil-replay") if folder else ""
+        if candidate and os.path.isfile(candidate) and os.access(candidate, os.X_OK):
+            return os.path.normpath(candidate)
     found = shutil.which("quil-replay")
     if found:
         return found
