@@ -49,7 +49,7 @@ ROTATIONS = {0: "upright", 1: "turned right", 2: "upside down", 3: "turned left"
 # Gesture direction codes; y grows downward on the display.
 ARROWS = {0: "\u2191", 1: "\u2190", 2: "\u2193", 3: "\u2192"}
 PINCH_ACTIONS = {0: "open", 1: "close"}
-STATUS_START, STATUS_END = 1, 3
+STATUS_END = 3
 # Device motions whose result 1 holds until a report with another result.
 HELD_TYPES = (0, 2, 3, 6, 7)
 
