@@ -37,7 +37,8 @@ def _arguments(argv):
                         "instead of running it")
     parser.add_argument("--quil-replay", metavar="PATH", dest="quil_replay",
                         help="the quil-replay to run (default: $QUIL_REPLAY, else the one "
-                        "beside quil-plot, else the one on PATH)")
+                        "beside quil-plot, else the source tree's build/quil-replay, "
+                        "else the one on PATH)")
     parser.add_argument("--title", help="the figure's heading (default: the trace's path)")
     parser.add_argument("--dpi", type=int, default=100,
                         help="pixels per inch of a PNG (default 100; the figure is 13 inches wide)")
