@@ -163,9 +163,12 @@ void HostPlatform::SetThreadNamingFails(bool fails)
 
 bool HostPlatform::WaitIdle(int timeoutMs)
 {
-    return WorkerTracker::Instance().WaitFor(
-        [] { return HostSensorService::Instance().Idle() && HostInputService::Instance().Idle(); },
-        timeoutMs);
+    return WorkerTracker::Instance().WaitIdle(timeoutMs);
+}
+
+void HostPlatform::SetDeliveryHook(void (*hook)())
+{
+    WorkerTracker::Instance().SetDeliveryHook(hook);
 }
 
 }  // namespace Tarvo::Host

@@ -101,6 +101,11 @@ public:
     // library worker thread is waiting on its semaphore with nothing left to take.
     // Returns false if that does not happen within `timeoutMs`.
     static bool WaitIdle(int timeoutMs = 10000);
+
+    // --- measuring --------------------------------------------------------------
+    // `hook` runs on a service's delivery thread just before each sample or touch event
+    // is handed to the library (nullptr for none): the start of a latency measurement.
+    static void SetDeliveryHook(void (*hook)());
 };
 
 }  // namespace Tarvo::Host

@@ -134,19 +134,27 @@ void HostSensorService::Heal(SensorCall call, std::optional<int32_t> sensorTypeI
 void HostSensorService::InjectSample(int32_t sensorTypeId, const std::vector<float>& values,
                                      int64_t timestamp)
 {
-    Enqueue(Delivery{false, sensorTypeId, values, timestamp});
+    Delivery delivery;
+    delivery.sensorTypeId = sensorTypeId;
+    delivery.count = std::min(values.size(), kBlockFloats);
+    std::copy(values.begin(), values.begin() + delivery.count, delivery.values.begin());
+    delivery.timestamp = timestamp;
+    Enqueue(delivery);
 }
 
 void HostSensorService::InjectNullEvent()
 {
-    Enqueue(Delivery{true, 0, {}, 0});
+    Delivery delivery;
+    delivery.null = true;
+    Enqueue(delivery);
 }
 
-void HostSensorService::Enqueue(Delivery delivery)
+void HostSensorService::Enqueue(const Delivery& delivery)
 {
+    WorkerTracker::Instance().DeliveryQueued();
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        queue_.push_back(std::move(delivery));
+        queue_.push_back(delivery);
         if (thread_ == nullptr) {
             thread_ = std::make_unique<std::thread>([this] { DeliveryLoop(); });
             thread_->detach();  // lives as long as the (never destroyed) service
@@ -160,15 +168,11 @@ void HostSensorService::DeliveryLoop()
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
         wake_.wait(lock, [this] { return !queue_.empty(); });
-        Delivery delivery = std::move(queue_.front());
+        const Delivery delivery = queue_.front();
         queue_.pop_front();
-        delivering_ = true;
         lock.unlock();
         Deliver(delivery);
-        lock.lock();
-        delivering_ = false;
-        lock.unlock();
-        WorkerTracker::Instance().Notify();
+        WorkerTracker::Instance().DeliveryDone();
         lock.lock();
     }
 }
@@ -176,7 +180,8 @@ void HostSensorService::DeliveryLoop()
 void HostSensorService::Deliver(const Delivery& delivery)
 {
     // Subscribers are called without the service's lock: they may call back in.
-    std::vector<const SensorUser*> recipients;
+    std::vector<const SensorUser*>& recipients = recipients_;
+    recipients.clear();
     float* block = nullptr;
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -192,11 +197,11 @@ void HostSensorService::Deliver(const Delivery& delivery)
             nextBlock_ = (nextBlock_ + 1) % kPoolBlocks;
         }
     }
-    const size_t count = std::min(delivery.values.size(), kBlockFloats);
+    const size_t count = delivery.count;
     if (block != nullptr) {
-        std::fill(block, block + kBlockFloats, 0.0F);
-        std::copy(delivery.values.begin(), delivery.values.begin() + count, block);
+        std::copy(delivery.values.begin(), delivery.values.end(), block);  // zero-padded
     }
+    WorkerTracker::Instance().BeforeDelivery();
     for (const SensorUser* user : recipients) {
         RecordSensorCallback callback = user->callback;
         if (callback == nullptr) {
@@ -229,12 +234,6 @@ int HostSensorService::ActiveSubscriberCount(int32_t sensorTypeId)
         std::count_if(subscriptions_.begin(), subscriptions_.end(), [&](const auto& entry) {
             return entry.first.second == sensorTypeId && entry.second.active;
         }));
-}
-
-bool HostSensorService::Idle()
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    return queue_.empty() && !delivering_;
 }
 
 void HostSensorService::Reset()

@@ -3,6 +3,7 @@
 // service's own thread to the subscribers that have activated the sensor.
 #pragma once
 
+#include <array>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -41,7 +42,6 @@ public:
     void InjectNullEvent();
     SubscriptionState GetSubscription(const void* user, int32_t sensorTypeId);
     int ActiveSubscriberCount(int32_t sensorTypeId);
-    bool Idle();
     void Reset();
 
 private:
@@ -52,13 +52,14 @@ private:
     struct Delivery {
         bool null = false;
         int32_t sensorTypeId = 0;
-        std::vector<float> values;
+        size_t count = 0;  // values used
+        std::array<float, kBlockFloats> values{};
         int64_t timestamp = 0;
     };
 
     HostSensorService();
     bool FailsLocked(SensorCall call, int32_t sensorTypeId) const;
-    void Enqueue(Delivery delivery);
+    void Enqueue(const Delivery& delivery);
     void DeliveryLoop();
     void Deliver(const Delivery& delivery);
 
@@ -69,7 +70,7 @@ private:
     std::map<std::pair<const SensorUser*, int32_t>, SubscriptionState> subscriptions_;
     std::set<std::pair<SensorCall, std::optional<int32_t>>> faults_;
     std::deque<Delivery> queue_;
-    bool delivering_ = false;
+    std::vector<const SensorUser*> recipients_;  // the delivery thread's, reused
     std::unique_ptr<std::thread> thread_;
     // Sample data stays readable after delivery, because the library reads it later on
     // its worker; blocks are reused round-robin, so a pointer never dangles.

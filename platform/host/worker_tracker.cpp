@@ -11,88 +11,76 @@ WorkerTracker& WorkerTracker::Instance()
     return *instance;
 }
 
+void WorkerTracker::AdjustLocked(int64_t delta)
+{
+    outstanding_ += delta;
+    // Only the step to idle is worth a wake-up.
+    if (outstanding_ == 0 && waiters_ != 0) {
+        idle_.notify_all();
+    }
+}
+
 void WorkerTracker::OnSemInit(sem_t* sem)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    counters_[sem] = Counters{};
-    ++generation_;
+    auto [it, added] = counters_.try_emplace(sem);
+    if (!added) {  // initialised again without a destroy: start over
+        AdjustLocked(-static_cast<int64_t>(it->second.posts + 1 - it->second.waits));
+        it->second = Counters{};
+    }
+    AdjustLocked(1);  // its worker has not reached its first wait
 }
 
 void WorkerTracker::OnSemDestroy(sem_t* sem)
 {
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        counters_.erase(sem);
-        ++generation_;
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = counters_.find(sem);
+    if (it != counters_.end()) {
+        AdjustLocked(-static_cast<int64_t>(it->second.posts + 1 - it->second.waits));
+        counters_.erase(it);
     }
-    changed_.notify_all();
 }
 
 void WorkerTracker::OnSemPost(sem_t* sem)
 {
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        auto it = counters_.find(sem);
-        if (it != counters_.end()) {
-            ++it->second.posts;
-        }
-        ++generation_;
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = counters_.find(sem);
+    if (it != counters_.end()) {
+        ++it->second.posts;
+        AdjustLocked(1);
     }
-    changed_.notify_all();
 }
 
 void WorkerTracker::OnSemWait(sem_t* sem)
 {
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        auto it = counters_.find(sem);
-        if (it != counters_.end()) {
-            ++it->second.waits;
-        }
-        ++generation_;
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = counters_.find(sem);
+    if (it != counters_.end()) {
+        ++it->second.waits;
+        AdjustLocked(-1);
     }
-    changed_.notify_all();
 }
 
-void WorkerTracker::Notify()
+void WorkerTracker::DeliveryQueued()
 {
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        ++generation_;
-    }
-    changed_.notify_all();
+    std::lock_guard<std::mutex> lock(mutex_);
+    AdjustLocked(1);
 }
 
-bool WorkerTracker::WorkersIdleLocked() const
+void WorkerTracker::DeliveryDone()
 {
-    for (const auto& [sem, counters] : counters_) {
-        (void)sem;
-        if (counters.waits != counters.posts + 1) {
-            return false;
-        }
-    }
-    return true;
+    std::lock_guard<std::mutex> lock(mutex_);
+    AdjustLocked(-1);
 }
 
-bool WorkerTracker::WaitFor(const std::function<bool()>& othersIdle, int timeoutMs)
+bool WorkerTracker::WaitIdle(int timeoutMs)
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     std::unique_lock<std::mutex> lock(mutex_);
-    for (;;) {
-        const uint64_t seen = generation_;
-        lock.unlock();
-        const bool othersDone = othersIdle();
-        lock.lock();
-        if (generation_ != seen) {
-            continue;  // something moved while we looked: look again
-        }
-        if (othersDone && WorkersIdleLocked()) {
-            return true;
-        }
-        if (!changed_.wait_until(lock, deadline, [&] { return generation_ != seen; })) {
-            return false;
-        }
-    }
+    ++waiters_;
+    const bool idle = idle_.wait_until(lock, deadline, [this] { return outstanding_ == 0; });
+    --waiters_;
+    return idle;
 }
 
 }  // namespace Tarvo::Host

@@ -1,16 +1,19 @@
-// Watches the library's worker semaphores, so that a host can tell when every queued
-// sample and touch has been handled.
+// Watches the library's worker semaphores and the services' deliveries, so that a host
+// can tell when every queued sample and touch has been handled.
 //
 // Each initialised semaphore has one worker that loops "wait, handle one item". It is
 // idle once the worker has entered a wait with every post consumed:
 // waits == posts + 1. A worker that has not reached its first wait is not idle yet.
+// The tracker keeps one running total of what is outstanding (deliveries not finished,
+// plus posts + 1 - waits over every semaphore), so a waiter is woken once, when it
+// reaches zero, rather than on every post and wait.
 #pragma once
 
 #include <semaphore.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <mutex>
 
@@ -25,11 +28,21 @@ public:
     void OnSemPost(sem_t* sem);
     void OnSemWait(sem_t* sem);
 
-    // Wakes WaitFor; services call it whenever they finish a delivery.
-    void Notify();
-    // Waits until `othersIdle()` holds and every worker is idle; false after
-    // `timeoutMs`. `othersIdle` is evaluated without the tracker's lock held.
-    bool WaitFor(const std::function<bool()>& othersIdle, int timeoutMs);
+    // A service has taken an item to deliver, and has finished delivering it.
+    void DeliveryQueued();
+    void DeliveryDone();
+
+    // Runs the hook (if any) on a delivery thread just before a delivery.
+    void SetDeliveryHook(void (*hook)()) { hook_ = hook; }
+    void BeforeDelivery()
+    {
+        if (auto* hook = hook_.load(std::memory_order_acquire)) {
+            hook();
+        }
+    }
+
+    // Waits until nothing is outstanding; false after `timeoutMs`.
+    bool WaitIdle(int timeoutMs);
 
 private:
     struct Counters {
@@ -37,13 +50,14 @@ private:
         uint64_t waits = 0;
     };
 
-    bool WorkersIdleLocked() const;
-    void Changed();
+    void AdjustLocked(int64_t delta);
 
     std::mutex mutex_;
-    std::condition_variable changed_;
-    uint64_t generation_ = 0;
+    std::condition_variable idle_;
+    int64_t outstanding_ = 0;
+    int waiters_ = 0;
     std::map<sem_t*, Counters> counters_;  // initialised, not yet destroyed
+    std::atomic<void (*)()> hook_{nullptr};
 };
 
 }  // namespace Tarvo::Host

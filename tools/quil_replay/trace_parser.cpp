@@ -1,11 +1,13 @@
 #include "trace_parser.h"
 
+#include <sys/types.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
-#include <sstream>
 
 namespace Tarvo::Replay {
 namespace {
@@ -269,6 +271,8 @@ bool LineParser::Parse(std::string& problem)
     return (this->*entry->second.handler)(problem);
 }
 
+enum class LineResult { RECORD, BLANK, ERROR };
+
 std::vector<std::string> Tokenize(const std::string& line)
 {
     std::vector<std::string> tokens;
@@ -301,51 +305,81 @@ bool ParseStamp(const std::string& token, double& stamp)
     return std::isfinite(stamp);
 }
 
+// Parses one raw line (newline removed) into `record`.
+LineResult ParseLine(const std::string& name, int number, std::string line,
+                     std::optional<double>& lastStamp, TraceRecord& record, std::string& error)
+{
+    if (!line.empty() && line.back() == '\r') {
+        line.pop_back();
+    }
+    line.resize(std::min(line.size(), line.find('#')));
+    std::vector<std::string> tokens = Tokenize(line);
+    if (tokens.empty()) {
+        return LineResult::BLANK;
+    }
+    auto fail = [&](const std::string& problem) {
+        error = name + ":" + std::to_string(number) + ": " + problem;
+        return LineResult::ERROR;
+    };
+    // Field by field, so a reused record keeps its storage.
+    std::vector<float> floats = std::move(record.floats);
+    std::vector<int32_t> ids = std::move(record.ids);
+    std::string file = std::move(record.file);
+    record = TraceRecord{};
+    record.floats = std::move(floats);
+    record.floats.clear();
+    record.ids = std::move(ids);
+    record.ids.clear();
+    record.file = std::move(file);
+    record.file = name;
+    record.line = number;
+    if (tokens[0][0] == '@') {
+        double stamp = 0.0;
+        if (!ParseStamp(tokens[0], stamp)) {
+            return fail("'" + tokens[0] + "' is not a time stamp (@ and milliseconds)");
+        }
+        if (stamp > TraceParser::kMaxStampMs) {
+            return fail("time stamp " + tokens[0].substr(1) +
+                        " is too large (at most 1000000000000 ms)");
+        }
+        if (lastStamp.has_value() && stamp < *lastStamp) {
+            return fail("time stamp " + tokens[0].substr(1) + " is earlier than the one before");
+        }
+        lastStamp = stamp;
+        record.stamp = stamp;
+        tokens.erase(tokens.begin());
+        if (tokens.empty()) {
+            return fail("a time stamp needs a record after it");
+        }
+    }
+    std::string problem;
+    if (!LineParser(std::move(tokens), record).Parse(problem)) {
+        return fail(problem);
+    }
+    return LineResult::RECORD;
+}
+
 }  // namespace
 
 bool TraceParser::ParseText(const std::string& name, const std::string& text,
                             std::vector<TraceRecord>& records, std::string& error)
 {
     std::optional<double> lastStamp;
-    std::istringstream input(text);
-    std::string line;
-    for (int number = 1; std::getline(input, line); ++number) {
-        if (!line.empty() && line.back() == '\r') {
-            line.pop_back();
-        }
-        line = line.substr(0, line.find('#'));
-        std::vector<std::string> tokens = Tokenize(line);
-        if (tokens.empty()) {
-            continue;
-        }
-        auto fail = [&](const std::string& problem) {
-            error = name + ":" + std::to_string(number) + ": " + problem;
-            return false;
-        };
+    size_t start = 0;
+    for (int number = 1; start < text.size(); ++number) {
+        const size_t end = std::min(text.find('\n', start), text.size());
         TraceRecord record;
-        record.file = name;
-        record.line = number;
-        if (tokens[0][0] == '@') {
-            double stamp = 0.0;
-            if (!ParseStamp(tokens[0], stamp)) {
-                return fail("'" + tokens[0] + "' is not a time stamp (@ and milliseconds)");
-            }
-            if (lastStamp.has_value() && stamp < *lastStamp) {
-                return fail("time stamp " + tokens[0].substr(1) +
-                            " is earlier than the one before");
-            }
-            lastStamp = stamp;
-            record.stamp = stamp;
-            tokens.erase(tokens.begin());
-            if (tokens.empty()) {
-                return fail("a time stamp needs a record after it");
-            }
+        switch (
+            ParseLine(name, number, text.substr(start, end - start), lastStamp, record, error)) {
+            case LineResult::ERROR:
+                return false;
+            case LineResult::RECORD:
+                records.push_back(std::move(record));
+                break;
+            case LineResult::BLANK:
+                break;
         }
-        std::string problem;
-        if (!LineParser(std::move(tokens), record).Parse(problem)) {
-            return fail(problem);
-        }
-        records.push_back(std::move(record));
+        start = end + 1;
     }
     return true;
 }
@@ -353,27 +387,58 @@ bool TraceParser::ParseText(const std::string& name, const std::string& text,
 bool TraceParser::ParseFile(const std::string& path, std::vector<TraceRecord>& records,
                             std::string& error)
 {
-    // stdio rather than streams: reading a directory or a failing device is an error to
-    // report, not an exception.
     std::FILE* file = path == "-" ? stdin : std::fopen(path.c_str(), "rb");
-    std::string text;
-    bool readable = file != nullptr;
-    if (readable) {
-        char buffer[65536];
-        size_t got = 0;
-        while ((got = std::fread(buffer, 1, sizeof(buffer), file)) > 0) {
-            text.append(buffer, got);
-        }
-        readable = std::ferror(file) == 0;
-        if (file != stdin) {
-            std::fclose(file);
-        }
-    }
-    if (!readable) {
+    if (file == nullptr) {
         error = path + ": cannot be read";
         return false;
     }
-    return ParseText(path, text, records, error);
+    TraceParser parser(path, file);
+    TraceRecord record;
+    while (parser.Next(record, error)) {
+        records.push_back(record);
+    }
+    if (file != stdin) {
+        std::fclose(file);
+    }
+    return error.empty();
+}
+
+TraceParser::TraceParser(std::string name, std::FILE* file) : name_(std::move(name)), file_(file)
+{
+}
+
+TraceParser::~TraceParser()
+{
+    std::free(buffer_);
+}
+
+bool TraceParser::Next(TraceRecord& record, std::string& error)
+{
+    error.clear();
+    for (;;) {
+        const ssize_t got = getline(&buffer_, &capacity_, file_);
+        if (got < 0) {
+            // stdio rather than streams: reading a directory or a failing device is an
+            // error to report, not an exception.
+            if (std::ferror(file_) != 0) {
+                error = name_ + ": cannot be read";
+            }
+            return false;
+        }
+        ++line_;
+        std::string line(buffer_, static_cast<size_t>(got));
+        if (!line.empty() && line.back() == '\n') {
+            line.pop_back();
+        }
+        switch (ParseLine(name_, line_, std::move(line), lastStamp_, record, error)) {
+            case LineResult::ERROR:
+                return false;
+            case LineResult::RECORD:
+                return true;
+            case LineResult::BLANK:
+                break;
+        }
+    }
 }
 
 }  // namespace Tarvo::Replay
