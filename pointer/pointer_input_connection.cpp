@@ -102,9 +102,12 @@ int PointerInputConnection::UnsubscribePointerEvent()
 void PointerInputConnection::PushData(PointerEvent event)
 {
     MLOGD("enter");
-    std::lock_guard<std::mutex> lock(mutex_);
-    pointerEvent_ = std::move(event);
-    events_.push_back(pointerEvent_);
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        pointerEvent_ = std::move(event);
+        events_.push_back(pointerEvent_);
+    }
+    // Posted after unlocking: the woken worker takes the same lock first thing.
     SemPost(&sem_);
 }
 
