@@ -47,7 +47,7 @@ public:
 private:
     // A data block holds at least four floats; longer samples are cut to its size.
     static constexpr size_t kBlockFloats = 64;
-    static constexpr size_t kPoolBlocks = 1024;
+    static constexpr size_t kPoolBlocks = 8192;
 
     struct Delivery {
         bool null = false;

@@ -11,11 +11,22 @@ WorkerTracker& WorkerTracker::Instance()
     return *instance;
 }
 
-void WorkerTracker::AdjustLocked(int64_t delta)
+WorkerTracker::Slot* WorkerTracker::Find(sem_t* sem)
 {
-    outstanding_ += delta;
-    // Only the step to idle is worth a wake-up.
-    if (outstanding_ == 0 && waiters_ != 0) {
+    for (Slot& slot : slots_) {
+        if (slot.sem.load(std::memory_order_acquire) == sem) {
+            return &slot;
+        }
+    }
+    return nullptr;
+}
+
+void WorkerTracker::Add(int64_t delta)
+{
+    // Sequentially consistent with the waiter's count: either the waiter sees zero, or
+    // this thread sees the waiter and wakes it.
+    if (outstanding_.fetch_add(delta) + delta == 0 && waiters_.load() != 0) {
+        std::lock_guard<std::mutex> lock(mutex_);
         idle_.notify_all();
     }
 }
@@ -23,63 +34,56 @@ void WorkerTracker::AdjustLocked(int64_t delta)
 void WorkerTracker::OnSemInit(sem_t* sem)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    auto [it, added] = counters_.try_emplace(sem);
-    if (!added) {  // initialised again without a destroy: start over
-        AdjustLocked(-static_cast<int64_t>(it->second.posts + 1 - it->second.waits));
-        it->second = Counters{};
+    Slot* slot = Find(sem);
+    if (slot != nullptr) {  // initialised again without a destroy: start over
+        outstanding_ -= slot->outstanding.exchange(0);
+    } else {
+        slot = Find(nullptr);
+        if (slot == nullptr) {
+            return;  // more semaphores than slots: this one goes unwatched
+        }
     }
-    AdjustLocked(1);  // its worker has not reached its first wait
+    slot->outstanding = 1;  // its worker has not reached its first wait
+    outstanding_ += 1;
+    slot->sem.store(sem, std::memory_order_release);
 }
 
 void WorkerTracker::OnSemDestroy(sem_t* sem)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    auto it = counters_.find(sem);
-    if (it != counters_.end()) {
-        AdjustLocked(-static_cast<int64_t>(it->second.posts + 1 - it->second.waits));
-        counters_.erase(it);
+    std::unique_lock<std::mutex> lock(mutex_);
+    Slot* slot = Find(sem);
+    if (slot == nullptr) {
+        return;
     }
+    slot->sem.store(nullptr, std::memory_order_release);
+    const int64_t left = slot->outstanding.exchange(0);
+    lock.unlock();
+    Add(-left);
 }
 
 void WorkerTracker::OnSemPost(sem_t* sem)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    auto it = counters_.find(sem);
-    if (it != counters_.end()) {
-        ++it->second.posts;
-        AdjustLocked(1);
+    if (Slot* slot = Find(sem)) {
+        slot->outstanding.fetch_add(1);
+        Add(1);
     }
 }
 
 void WorkerTracker::OnSemWait(sem_t* sem)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    auto it = counters_.find(sem);
-    if (it != counters_.end()) {
-        ++it->second.waits;
-        AdjustLocked(-1);
+    if (Slot* slot = Find(sem)) {
+        slot->outstanding.fetch_sub(1);
+        Add(-1);
     }
-}
-
-void WorkerTracker::DeliveryQueued()
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    AdjustLocked(1);
-}
-
-void WorkerTracker::DeliveryDone()
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    AdjustLocked(-1);
 }
 
 bool WorkerTracker::WaitIdle(int timeoutMs)
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     std::unique_lock<std::mutex> lock(mutex_);
-    ++waiters_;
-    const bool idle = idle_.wait_until(lock, deadline, [this] { return outstanding_ == 0; });
-    --waiters_;
+    waiters_.fetch_add(1);
+    const bool idle = idle_.wait_until(lock, deadline, [this] { return outstanding_.load() == 0; });
+    waiters_.fetch_sub(1);
     return idle;
 }
 

@@ -6,15 +6,16 @@
 // waits == posts + 1. A worker that has not reached its first wait is not idle yet.
 // The tracker keeps one running total of what is outstanding (deliveries not finished,
 // plus posts + 1 - waits over every semaphore), so a waiter is woken once, when it
-// reaches zero, rather than on every post and wait.
+// reaches zero. Posts and waits only touch atomics: the workers and delivery threads
+// never queue on a lock of the tracker.
 #pragma once
 
 #include <semaphore.h>
 
+#include <array>
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <map>
 #include <mutex>
 
 namespace Tarvo::Host {
@@ -29,8 +30,8 @@ public:
     void OnSemWait(sem_t* sem);
 
     // A service has taken an item to deliver, and has finished delivering it.
-    void DeliveryQueued();
-    void DeliveryDone();
+    void DeliveryQueued() { Add(1); }
+    void DeliveryDone() { Add(-1); }
 
     // Runs the hook (if any) on a delivery thread just before a delivery.
     void SetDeliveryHook(void (*hook)()) { hook_ = hook; }
@@ -45,18 +46,22 @@ public:
     bool WaitIdle(int timeoutMs);
 
 private:
-    struct Counters {
-        uint64_t posts = 0;
-        uint64_t waits = 0;
+    // The library has two semaphores; tests may make a few more.
+    static constexpr size_t kSlots = 64;
+
+    struct Slot {
+        std::atomic<sem_t*> sem{nullptr};
+        std::atomic<int64_t> outstanding{0};  // posts + 1 - waits
     };
 
-    void AdjustLocked(int64_t delta);
+    Slot* Find(sem_t* sem);
+    void Add(int64_t delta);
 
-    std::mutex mutex_;
+    std::array<Slot, kSlots> slots_;
+    std::atomic<int64_t> outstanding_{0};
+    std::atomic<int> waiters_{0};
+    std::mutex mutex_;  // slot changes, and waiting
     std::condition_variable idle_;
-    int64_t outstanding_ = 0;
-    int waiters_ = 0;
-    std::map<sem_t*, Counters> counters_;  // initialised, not yet destroyed
     std::atomic<void (*)()> hook_{nullptr};
 };
 

@@ -9,7 +9,7 @@ namespace Tarvo::Replay {
 namespace {
 constexpr int kSettleTimeoutMs = 30000;
 constexpr double kNsPerMs = 1e6;
-constexpr size_t kMaxInFlight = 256;
+constexpr size_t kMaxInFlight = 4096;
 }  // namespace
 
 Replayer::Replayer(const PluginLoader& plugin, OutputWriter& writer, const ReplaySettings& settings)

@@ -15,8 +15,9 @@ namespace {
 // Parses the records of one line; throws nothing, reports through `problem`.
 class LineParser {
 public:
-    LineParser(std::vector<std::string> tokens, TraceRecord& record)
-        : tokens_(std::move(tokens)), record_(record)
+    // The record's words are tokens[first...].
+    LineParser(const std::vector<std::string>& tokens, size_t first, TraceRecord& record)
+        : tokens_(tokens), first_(first), record_(record)
     {
     }
 
@@ -30,8 +31,9 @@ private:
         problem = what;
         return false;
     }
-    const std::string& Keyword() const { return tokens_[0]; }
-    size_t ArgCount() const { return tokens_.size() - 1; }
+    const std::string& Keyword() const { return tokens_[first_]; }
+    size_t ArgCount() const { return tokens_.size() - first_ - 1; }
+    const std::string& Arg(size_t i) const { return tokens_[first_ + i]; }
     static std::string Plural(size_t n, const char* noun)
     {
         return std::to_string(n) + " " + noun + (n == 1 ? "" : "s");
@@ -52,7 +54,8 @@ private:
     bool Fault(std::string& problem);
     bool IntSetting(std::string& problem);
 
-    std::vector<std::string> tokens_;
+    const std::vector<std::string>& tokens_;
+    size_t first_;
     TraceRecord& record_;
 };
 
@@ -136,7 +139,7 @@ bool LineParser::ExpectArgs(size_t count, const char* what, std::string& problem
 
 bool LineParser::HostCallWithArg(std::string& problem)
 {
-    return ExpectArgs(1, "a motion type", problem) && Int(tokens_[1], record_.value, problem);
+    return ExpectArgs(1, "a motion type", problem) && Int(Arg(1), record_.value, problem);
 }
 
 bool LineParser::HostCall(std::string& problem)
@@ -164,7 +167,7 @@ bool LineParser::Sample(std::string& problem)
         if (ArgCount() < 2) {
             return Fail(problem, "sensor needs a sensor type id and at least 1 number");
         }
-        if (!Int(tokens_[1], record_.value, problem)) {
+        if (!Int(Arg(1), record_.value, problem)) {
             return false;
         }
         first = 2;
@@ -173,9 +176,9 @@ bool LineParser::Sample(std::string& problem)
         return Fail(problem, Keyword() + " needs " + Plural(needed, "number") + ", got " +
                                  std::to_string(ArgCount()));
     }
-    for (size_t i = first; i < tokens_.size(); ++i) {
+    for (size_t i = first; i <= ArgCount(); ++i) {
         float value = 0.0F;
-        if (!Float(tokens_[i], value, problem)) {
+        if (!Float(Arg(i), value, problem)) {
             return false;
         }
         record_.floats.push_back(value);
@@ -189,9 +192,9 @@ bool LineParser::Touch(std::string& problem)
         return Fail(problem,
                     "touch needs ACTION ID X Y IDS, got " + Plural(ArgCount(), "argument"));
     }
-    return Action(tokens_[1], record_.action, problem) &&
-           Int(tokens_[2], record_.pointerId, problem) && Int(tokens_[3], record_.x, problem) &&
-           Int(tokens_[4], record_.y, problem) && IdList(tokens_[5], record_.ids, problem);
+    return Action(Arg(1), record_.action, problem) && Int(Arg(2), record_.pointerId, problem) &&
+           Int(Arg(3), record_.x, problem) && Int(Arg(4), record_.y, problem) &&
+           IdList(Arg(5), record_.ids, problem);
 }
 
 bool LineParser::TouchNoItem(std::string& problem)
@@ -200,14 +203,14 @@ bool LineParser::TouchNoItem(std::string& problem)
         return Fail(problem,
                     "touch-noitem needs ACTION ID IDS, got " + Plural(ArgCount(), "argument"));
     }
-    return Action(tokens_[1], record_.action, problem) &&
-           Int(tokens_[2], record_.pointerId, problem) && IdList(tokens_[3], record_.ids, problem);
+    return Action(Arg(1), record_.action, problem) && Int(Arg(2), record_.pointerId, problem) &&
+           IdList(Arg(3), record_.ids, problem);
 }
 
 bool LineParser::DeviceSensors(std::string& problem)
 {
     return ExpectArgs(1, "a list of sensor type ids", problem) &&
-           IdList(tokens_[1], record_.ids, problem);
+           IdList(Arg(1), record_.ids, problem);
 }
 
 bool LineParser::Fault(std::string& problem)
@@ -215,9 +218,9 @@ bool LineParser::Fault(std::string& problem)
     if (ArgCount() < 1 || ArgCount() > 2) {
         return Fail(problem, Keyword() + " needs CALL [ID], got " + Plural(ArgCount(), "argument"));
     }
-    auto call = Host::SensorCallFromName(tokens_[1]);
+    auto call = Host::SensorCallFromName(Arg(1));
     if (!call.has_value()) {
-        return Fail(problem, "unknown sensor service call '" + tokens_[1] +
+        return Fail(problem, "unknown sensor service call '" + Arg(1) +
                                  "' (GetAllSensors, SubscribeSensor, SetBatch, ActivateSensor, "
                                  "DeactivateSensor, UnsubscribeSensor)");
     }
@@ -227,7 +230,7 @@ bool LineParser::Fault(std::string& problem)
             return Fail(problem, "GetAllSensors takes no sensor id");
         }
         int32_t id = 0;
-        if (!Int(tokens_[2], id, problem)) {
+        if (!Int(Arg(2), id, problem)) {
             return false;
         }
         record_.callSensor = id;
@@ -237,7 +240,7 @@ bool LineParser::Fault(std::string& problem)
 
 bool LineParser::IntSetting(std::string& problem)
 {
-    return ExpectArgs(1, "an integer", problem) && Int(tokens_[1], record_.value, problem);
+    return ExpectArgs(1, "an integer", problem) && Int(Arg(1), record_.value, problem);
 }
 
 bool LineParser::Parse(std::string& problem)
@@ -273,20 +276,24 @@ bool LineParser::Parse(std::string& problem)
 
 enum class LineResult { RECORD, BLANK, ERROR };
 
-std::vector<std::string> Tokenize(const std::string& line)
+// Splits `line` at blanks and tabs into `tokens`, reusing its strings.
+void Tokenize(const std::string& line, std::vector<std::string>& tokens)
 {
-    std::vector<std::string> tokens;
+    size_t count = 0;
     size_t pos = 0;
     while (pos < line.size()) {
         const size_t start = line.find_first_not_of(" \t", pos);
         if (start == std::string::npos) {
             break;
         }
-        const size_t end = line.find_first_of(" \t", start);
-        tokens.push_back(line.substr(start, end == std::string::npos ? end : end - start));
-        pos = end == std::string::npos ? line.size() : end;
+        const size_t end = std::min(line.find_first_of(" \t", start), line.size());
+        if (count == tokens.size()) {
+            tokens.emplace_back();
+        }
+        tokens[count++].assign(line, start, end - start);
+        pos = end;
     }
-    return tokens;
+    tokens.resize(count);
 }
 
 // "@MS": a non-negative decimal number of milliseconds.
@@ -305,15 +312,17 @@ bool ParseStamp(const std::string& token, double& stamp)
     return std::isfinite(stamp);
 }
 
-// Parses one raw line (newline removed) into `record`.
-LineResult ParseLine(const std::string& name, int number, std::string line,
-                     std::optional<double>& lastStamp, TraceRecord& record, std::string& error)
+// Parses one raw line (newline removed, changed in place) into `record`; `tokens` is
+// scratch space kept from line to line.
+LineResult ParseLine(const std::string& name, int number, std::string& line,
+                     std::optional<double>& lastStamp, TraceRecord& record,
+                     std::vector<std::string>& tokens, std::string& error)
 {
     if (!line.empty() && line.back() == '\r') {
         line.pop_back();
     }
     line.resize(std::min(line.size(), line.find('#')));
-    std::vector<std::string> tokens = Tokenize(line);
+    Tokenize(line, tokens);
     if (tokens.empty()) {
         return LineResult::BLANK;
     }
@@ -333,6 +342,7 @@ LineResult ParseLine(const std::string& name, int number, std::string line,
     record.file = std::move(file);
     record.file = name;
     record.line = number;
+    size_t first = 0;
     if (tokens[0][0] == '@') {
         double stamp = 0.0;
         if (!ParseStamp(tokens[0], stamp)) {
@@ -347,13 +357,13 @@ LineResult ParseLine(const std::string& name, int number, std::string line,
         }
         lastStamp = stamp;
         record.stamp = stamp;
-        tokens.erase(tokens.begin());
-        if (tokens.empty()) {
+        first = 1;
+        if (tokens.size() == 1) {
             return fail("a time stamp needs a record after it");
         }
     }
     std::string problem;
-    if (!LineParser(std::move(tokens), record).Parse(problem)) {
+    if (!LineParser(tokens, first, record).Parse(problem)) {
         return fail(problem);
     }
     return LineResult::RECORD;
@@ -365,12 +375,13 @@ bool TraceParser::ParseText(const std::string& name, const std::string& text,
                             std::vector<TraceRecord>& records, std::string& error)
 {
     std::optional<double> lastStamp;
+    std::vector<std::string> tokens;
     size_t start = 0;
     for (int number = 1; start < text.size(); ++number) {
         const size_t end = std::min(text.find('\n', start), text.size());
         TraceRecord record;
-        switch (
-            ParseLine(name, number, text.substr(start, end - start), lastStamp, record, error)) {
+        std::string line = text.substr(start, end - start);
+        switch (ParseLine(name, number, line, lastStamp, record, tokens, error)) {
             case LineResult::ERROR:
                 return false;
             case LineResult::RECORD:
@@ -426,11 +437,11 @@ bool TraceParser::Next(TraceRecord& record, std::string& error)
             return false;
         }
         ++line_;
-        std::string line(buffer_, static_cast<size_t>(got));
-        if (!line.empty() && line.back() == '\n') {
-            line.pop_back();
+        text_.assign(buffer_, static_cast<size_t>(got));
+        if (!text_.empty() && text_.back() == '\n') {
+            text_.pop_back();
         }
-        switch (ParseLine(name_, line_, std::move(line), lastStamp_, record, error)) {
+        switch (ParseLine(name_, line_, text_, lastStamp_, record, tokens_, error)) {
             case LineResult::ERROR:
                 return false;
             case LineResult::RECORD:

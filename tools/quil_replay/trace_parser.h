@@ -42,6 +42,8 @@ private:
     std::optional<double> lastStamp_;
     char* buffer_ = nullptr;  // getline's
     size_t capacity_ = 0;
+    std::string text_;                 // the current line
+    std::vector<std::string> tokens_;  // its words
 };
 
 }  // namespace Tarvo::Replay
