@@ -49,6 +49,10 @@ struct PointerKey {
 
 using PointerStore = std::map<PointerKey, PointerEvent>;
 
+// Copies of store records: a down and a move record for each of 16 fingers, plus the
+// two that a travel measurement may add, fit inline.
+using PointerRecords = SmallVector<PointerEvent, 34>;
+
 // What one state hands to the next.
 struct PointerData {
     int32_t distance = 0;  // pixels
@@ -84,8 +88,8 @@ public:
 
     // Geometry shared by the states; elements 0 and 1 of `events` only. Safe for any
     // coordinates: differences are taken in 64 bits and results saturate to int32.
-    static int GetDistance(const std::vector<PointerEvent>& events);  // pixels, truncated
-    static int GetAngle(const std::vector<PointerEvent>& events);     // degrees, 0..90
+    static int GetDistance(const PointerRecords& events);  // pixels, truncated
+    static int GetAngle(const PointerRecords& events);     // degrees, 0..90
     static int GetDistance(const PointerEvent& a, const PointerEvent& b);
     static int GetAngle(const PointerEvent& a, const PointerEvent& b);
     static double GetScale(int a, int b);
@@ -139,9 +143,9 @@ protected:
     void StoreEvent(const PointerEvent& event) { StoreEvent(event, event.pointerAction); }
     void ClearStore() { pointerEvents_.clear(); }
     // Copies of all records in key order.
-    std::vector<PointerEvent> CollectRecords() const;
+    PointerRecords CollectRecords() const;
     // Copies of the records whose KEY action is `pointerAction`, in key order.
-    std::vector<PointerEvent> CollectRecords(int32_t pointerAction) const;
+    PointerRecords CollectRecords(int32_t pointerAction) const;
 
     int32_t distance = 0;  // pixels, measured when the gesture's fingers came down
     int32_t angle = 0;     // whole degrees

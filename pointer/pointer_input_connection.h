@@ -6,12 +6,12 @@
 #include <semaphore.h>
 
 #include <atomic>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
 
+#include "event_ring.h"
 #include "pointer_event.h"
 
 namespace Tarvo::Quil {
@@ -36,7 +36,7 @@ public:
 private:
     void AlgorithmLoop();
 
-    std::deque<PointerEvent> events_;
+    EventRing<PointerEvent> events_;
     PointerEvent pointerEvent_;
     sem_t sem_{};
     std::mutex mutex_;
