@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "motion_data.h"
 #include "platform_log.h"
 #include "pointer_event.h"
+#include "pointer_store.h"
 
 namespace Tarvo::Quil {
 
@@ -34,31 +34,16 @@ enum States : int32_t {
 // "STATE_IDLE" ... "STATE_ERROR"; "STATE_UNKNOWN" outside 0..11.
 const char* StateName(States state);
 
-// Store key: at most one down record (action 2) and one move record (action 3) per
-// finger; iteration visits fingers in ascending id, down before move.
-struct PointerKey {
-    int32_t pointerId = 0;
-    int32_t pointerAction = 0;
-
-    bool operator<(const PointerKey& other) const
-    {
-        return pointerId != other.pointerId ? pointerId < other.pointerId
-                                            : pointerAction < other.pointerAction;
-    }
-};
-
-using PointerStore = std::map<PointerKey, PointerEvent>;
-
-// Copies of store records: a down and a move record for each of 16 fingers, plus the
-// two that a travel measurement may add, fit inline.
-using PointerRecords = SmallVector<PointerEvent, 34>;
-
 // What one state hands to the next.
 struct PointerData {
     int32_t distance = 0;  // pixels
     int32_t angle = 0;     // whole degrees, 0..90
-    std::map<PointerKey, PointerEvent> pointerEvents;
+    PointerStore pointerEvents;
 };
+
+// Copies of store records: a down and a move record for each of 16 fingers, plus the
+// two that a travel measurement may add, fit inline.
+using PointerRecords = SmallVector<PointerEvent, 34>;
 
 class AlgoGestureState {
 public:

@@ -48,10 +48,12 @@ namespace {
 
 using Host::HostPlatform;
 
-// What is still allocated per event, and where. Lower these as the path improves.
-// The sensor connection's queue takes a list node per sample.
+// What is still allocated, and where; lower these as the path improves.
+// Samples: the sensor connection's queue takes a list node per sample.
 constexpr double kSampleBudgetPerThousand = 1000.0;
-constexpr double kTouchBudgetPerThousand = 15000.0;
+// Touches: the input service's GetPointerIds returns its list by value (one per event),
+// and a change of gesture state makes a new state object and copies the store.
+constexpr double kTouchBudgetPerThousand = 1100.0;
 
 class SilentCallback : public IMotionAlgo::Callback {
 public:
@@ -154,35 +156,41 @@ TEST_F(SteadyStateAllocationTest, AccelerometerSamplesThroughEveryRecogniser)
     EXPECT_LE(perThousand, kSampleBudgetPerThousand);
 }
 
+// Long strokes, as a user's gestures are: the moves inside a state are the steady
+// state; the few transitions at a gesture's edges are counted as well.
 TEST_F(SteadyStateAllocationTest, TouchEventsThroughEveryGesture)
 {
     Enable({MOTION_TYPE_SWIPE_LEFT, MOTION_TYPE_SWIPE_RIGHT, MOTION_TYPE_SWIPE_UP,
             MOTION_TYPE_PINCH, MOTION_TYPE_THREE_FINGERS_SLIDE});
-    std::vector<std::function<void()>> events = {
-        // a swipe in from the left edge
-        Touch(2, 0, 30, 1500, {0}), Touch(3, 0, 40, 1500, {0}), Touch(3, 0, 160, 1500, {0}),
-        Touch(4, 0, 400, 1500, {0}),
-        // a pinch opening
-        Touch(2, 0, 600, 1300, {0}), Touch(2, 1, 760, 1420, {0, 1})};
-    for (int step = 1; step <= 8; ++step) {
-        events.push_back(Touch(3, 0, 600 - 40 * step, 1300 - 30 * step, {0, 1}));
-        events.push_back(Touch(3, 1, 760 + 40 * step, 1420 + 30 * step, {0, 1}));
+    constexpr int kMoves = 60;
+    // a swipe in from the left edge
+    std::vector<std::function<void()>> events = {Touch(2, 0, 30, 1500, {0})};
+    for (int step = 1; step <= kMoves; ++step) {
+        events.push_back(Touch(3, 0, 30 + 10 * step, 1500, {0}));
     }
-    events.push_back(Touch(4, 1, 1080, 1660, {0, 1}));
-    events.push_back(Touch(4, 0, 280, 1060, {0}));
+    events.push_back(Touch(4, 0, 30 + 10 * kMoves, 1500, {0}));
+    // a pinch opening
+    events.push_back(Touch(2, 0, 600, 1300, {0}));
+    events.push_back(Touch(2, 1, 760, 1420, {0, 1}));
+    for (int step = 1; step <= kMoves; ++step) {
+        events.push_back(Touch(3, 0, 600 - 5 * step, 1300 - 4 * step, {0, 1}));
+        events.push_back(Touch(3, 1, 760 + 5 * step, 1420 + 4 * step, {0, 1}));
+    }
+    events.push_back(Touch(4, 1, 760 + 5 * kMoves, 1420 + 4 * kMoves, {0, 1}));
+    events.push_back(Touch(4, 0, 600 - 5 * kMoves, 1300 - 4 * kMoves, {0}));
     // a three-finger slide down
     events.push_back(Touch(2, 0, 400, 800, {0}));
     events.push_back(Touch(2, 1, 600, 800, {0, 1}));
     events.push_back(Touch(2, 2, 800, 800, {0, 1, 2}));
-    for (int step = 1; step <= 8; ++step) {
+    for (int step = 1; step <= kMoves / 2; ++step) {
         for (int32_t id = 0; id < 3; ++id) {
-            events.push_back(Touch(3, id, 400 + 200 * id, 800 + 60 * step, {0, 1, 2}));
+            events.push_back(Touch(3, id, 400 + 200 * id, 800 + 15 * step, {0, 1, 2}));
         }
     }
-    events.push_back(Touch(4, 2, 800, 1280, {0, 1, 2}));
-    events.push_back(Touch(4, 1, 600, 1280, {0, 1}));
-    events.push_back(Touch(4, 0, 400, 1280, {0}));
-    const double perThousand = AllocationsPerThousand(events, 20);
+    events.push_back(Touch(4, 2, 800, 800 + 15 * kMoves / 2, {0, 1, 2}));
+    events.push_back(Touch(4, 1, 600, 800 + 15 * kMoves / 2, {0, 1}));
+    events.push_back(Touch(4, 0, 400, 800 + 15 * kMoves / 2, {0}));
+    const double perThousand = AllocationsPerThousand(events, 4);
     Print("touch events", perThousand);
     EXPECT_GT(callback_->reports.load(), 0);
     EXPECT_LE(perThousand, kTouchBudgetPerThousand);
