@@ -154,7 +154,16 @@ void HostSensorService::Enqueue(const Delivery& delivery)
     WorkerTracker::Instance().DeliveryQueued();
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        queue_.push_back(delivery);
+        if (queued_ == queue_.size()) {
+            std::vector<Delivery> bigger(queue_.empty() ? 64 : queue_.size() * 2);
+            for (size_t i = 0; i < queued_; ++i) {
+                bigger[i] = queue_[(queueHead_ + i) % queue_.size()];
+            }
+            queue_ = std::move(bigger);
+            queueHead_ = 0;
+        }
+        queue_[(queueHead_ + queued_) % queue_.size()] = delivery;
+        ++queued_;
         if (thread_ == nullptr) {
             thread_ = std::make_unique<std::thread>([this] { DeliveryLoop(); });
             thread_->detach();  // lives as long as the (never destroyed) service
@@ -167,9 +176,10 @@ void HostSensorService::DeliveryLoop()
 {
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
-        wake_.wait(lock, [this] { return !queue_.empty(); });
-        const Delivery delivery = queue_.front();
-        queue_.pop_front();
+        wake_.wait(lock, [this] { return queued_ != 0; });
+        const Delivery delivery = queue_[queueHead_];
+        queueHead_ = (queueHead_ + 1) % queue_.size();
+        --queued_;
         lock.unlock();
         Deliver(delivery);
         WorkerTracker::Instance().DeliveryDone();

@@ -69,7 +69,11 @@ private:
     std::deque<std::vector<SensorInfo>> sensorLists_;
     std::map<std::pair<const SensorUser*, int32_t>, SubscriptionState> subscriptions_;
     std::set<std::pair<SensorCall, std::optional<int32_t>>> faults_;
-    std::deque<Delivery> queue_;
+    // Deliveries waiting, oldest at queueHead_: a ring over a buffer that only grows,
+    // so a steady stream of samples is queued without allocating.
+    std::vector<Delivery> queue_;
+    size_t queueHead_ = 0;
+    size_t queued_ = 0;
     std::vector<const SensorUser*> recipients_;  // the delivery thread's, reused
     std::unique_ptr<std::thread> thread_;
     // Sample data stays readable after delivery, because the library reads it later on
