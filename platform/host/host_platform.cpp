@@ -79,6 +79,7 @@ void HostPlatform::Reset()
     HostInputService::Instance().Reset();
     HostLog::Instance().SetLevel(HostLog::kOff);
     HostLog::Instance().SetSink({});
+    HostSensorService::Instance().SetWakeBatch(1);
     gThreadNamingFails = false;
 }
 
@@ -101,6 +102,11 @@ void HostPlatform::InjectSample(int32_t sensorTypeId, const std::vector<float>& 
                                 int64_t timestampNs)
 {
     HostSensorService::Instance().InjectSample(sensorTypeId, values, timestampNs);
+}
+
+void HostPlatform::SetSampleBatch(size_t samples)
+{
+    HostSensorService::Instance().SetWakeBatch(samples);
 }
 
 void HostPlatform::InjectNullEvent()
@@ -163,6 +169,7 @@ void HostPlatform::SetThreadNamingFails(bool fails)
 
 bool HostPlatform::WaitIdle(int timeoutMs)
 {
+    HostSensorService::Instance().Flush();
     return WorkerTracker::Instance().WaitIdle(timeoutMs);
 }
 

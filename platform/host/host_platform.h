@@ -5,6 +5,7 @@
 // thread-safe; the services deliver on their own threads, as the real ones do.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -64,6 +65,11 @@ public:
     // happens on the service's thread.
     static void InjectSample(int32_t sensorTypeId, const std::vector<float>& values,
                              int64_t timestampNs = 0);
+    // Lets up to `samples` injected samples wait before the service's thread is woken
+    // to deliver them (1, the default: each at once). WaitIdle delivers what waits. A
+    // replay host that injects faster than the library takes samples saves a wake-up
+    // per sample this way.
+    static void SetSampleBatch(size_t samples);
     // Call every subscriber's callback of every active sensor with a null event,
     // once per subscriber record.
     static void InjectNullEvent();

@@ -168,7 +168,24 @@ void HostSensorService::Enqueue(const Delivery& delivery)
             thread_ = std::make_unique<std::thread>([this] { DeliveryLoop(); });
             thread_->detach();  // lives as long as the (never destroyed) service
         }
+        if (queued_ < batch_) {
+            return;  // woken once the batch is full, or by Flush
+        }
     }
+    wake_.notify_one();
+}
+
+void HostSensorService::SetWakeBatch(size_t samples)
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        batch_ = std::max<size_t>(samples, 1);
+    }
+    Flush();
+}
+
+void HostSensorService::Flush()
+{
     wake_.notify_one();
 }
 

@@ -40,6 +40,10 @@ public:
     void Heal(SensorCall call, std::optional<int32_t> sensorTypeId);
     void InjectSample(int32_t sensorTypeId, const std::vector<float>& values, int64_t timestamp);
     void InjectNullEvent();
+    // The delivery thread is woken once `samples` are queued (1: for every one), and
+    // by Flush.
+    void SetWakeBatch(size_t samples);
+    void Flush();
     SubscriptionState GetSubscription(const void* user, int32_t sensorTypeId);
     int ActiveSubscriberCount(int32_t sensorTypeId);
     void Reset();
@@ -74,6 +78,7 @@ private:
     std::vector<Delivery> queue_;
     size_t queueHead_ = 0;
     size_t queued_ = 0;
+    size_t batch_ = 1;
     std::vector<const SensorUser*> recipients_;  // the delivery thread's, reused
     std::unique_ptr<std::thread> thread_;
     // Sample data stays readable after delivery, because the library reads it later on

@@ -10,6 +10,7 @@ namespace {
 constexpr int kSettleTimeoutMs = 30000;
 constexpr double kNsPerMs = 1e6;
 constexpr size_t kMaxInFlight = 4096;
+constexpr size_t kSampleBatch = 256;
 }  // namespace
 
 Replayer::Replayer(const PluginLoader& plugin, OutputWriter& writer, const ReplaySettings& settings)
@@ -51,6 +52,8 @@ bool Replayer::Run(RecordSource& source, std::string& error)
         return false;
     }
     algo->RegisterCallback(host_);
+    // Samples between two waits are delivered in bursts rather than one wake-up each.
+    HostPlatform::SetSampleBatch(settings_.realtime ? 1 : kSampleBatch);
     pending_ = Channel::NONE;
     inFlight_ = 0;
     const auto start = std::chrono::steady_clock::now();
@@ -82,6 +85,7 @@ bool Replayer::Run(RecordSource& source, std::string& error)
     ok = ok && error.empty() && Sync(error);
     plugin_.Destroy(algo);
     HostPlatform::WaitIdle(kSettleTimeoutMs);
+    HostPlatform::SetSampleBatch(1);
     writer_.Flush();
     return ok;
 }
