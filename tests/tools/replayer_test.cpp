@@ -239,9 +239,9 @@ TEST_F(ReplayerTest, GeneratedTracesPrintTheSameWithoutWaitingAfterEachRecord)
     }
 }
 
-TEST_F(ReplayerTest, AStalledLibraryIsReportedAtTheLastRecordPlayed)
+TEST_F(ReplayerTest, ASourceThatFailsEndsTheRunWithItsError)
 {
-    // Nothing stalls with the real plug-in; a missing trace record source fails cleanly.
+    // A trace file that changed between the check and the replay, for instance.
     class FailingSource : public RecordSource {
     public:
         bool Next(TraceRecord& /*record*/, std::string& error) override
