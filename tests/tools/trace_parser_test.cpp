@@ -4,6 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <random>
 
 namespace Tarvo::Replay::Test {
 namespace {
@@ -120,6 +124,32 @@ TEST(TraceParserTest, StampsStartAfreshInEveryFileAndOutOfRangeFloatsSaturate)
     EXPECT_EQ(error, "/no/such/file.trace: cannot be read");
     EXPECT_FALSE(TraceParser::ParseFile("/", records, error));  // a directory
     EXPECT_EQ(error, "/: cannot be read");
+}
+
+TEST(TraceParserTest, NumbersReadExactlyAsStrtofReadsThem)
+{
+    std::mt19937 random(7);
+    std::string text;
+    std::vector<std::string> tokens;
+    for (int i = 0; i < 3000; ++i) {
+        char token[64];
+        const int digits = 1 + static_cast<int>(random() % 9);
+        std::snprintf(token, sizeof(token), "%s%.*fe%d", random() % 3 == 0 ? "-" : "", digits,
+                      static_cast<double>(random()) / 1e6, static_cast<int>(random() % 90) - 45);
+        tokens.push_back(token);
+        text += std::string("light ") + token + "\n";
+    }
+    for (const char* special : {"nan", "-inf", "+3.5", "0x1p-3", "1e-40", "3.4028236e38"}) {
+        tokens.push_back(special);
+        text += std::string("light ") + special + "\n";
+    }
+    const auto records = Parse(text);
+    ASSERT_EQ(records.size(), tokens.size());
+    for (size_t i = 0; i < tokens.size(); ++i) {
+        const float expected = std::strtof(tokens[i].c_str(), nullptr);
+        const float got = records[i].floats[0];
+        EXPECT_EQ(std::memcmp(&expected, &got, sizeof(float)), 0) << tokens[i];
+    }
 }
 
 TEST(TraceParserTest, ReadingRecordByRecordGivesWhatParsingTheWholeTextGives)

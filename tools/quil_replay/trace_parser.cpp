@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -82,8 +83,17 @@ bool LineParser::Int(const std::string& token, int32_t& out, std::string& proble
 
 bool LineParser::Float(const std::string& token, float& out, std::string& problem)
 {
+    // Plain decimals take the fast, equally exact path; everything else (signs, hex,
+    // out-of-range values, which become ±inf or 0) goes to strtof.
+    const char* const last = token.data() + token.size();
+    if (token[0] != '+') {
+        const auto [ptr, ec] = std::from_chars(token.data(), last, out);
+        if (ec == std::errc{} && ptr == last) {
+            return true;
+        }
+    }
     char* end = nullptr;
-    out = std::strtof(token.c_str(), &end);  // out-of-range values become ±inf or 0
+    out = std::strtof(token.c_str(), &end);
     if (end == token.c_str() || *end != '\0') {
         return Fail(problem, "'" + token + "' is not a number");
     }
@@ -279,19 +289,24 @@ enum class LineResult { RECORD, BLANK, ERROR };
 // Splits `line` at blanks and tabs into `tokens`, reusing its strings.
 void Tokenize(const std::string& line, std::vector<std::string>& tokens)
 {
+    auto blank = [](char c) { return c == ' ' || c == '\t'; };
     size_t count = 0;
     size_t pos = 0;
     while (pos < line.size()) {
-        const size_t start = line.find_first_not_of(" \t", pos);
-        if (start == std::string::npos) {
+        while (pos < line.size() && blank(line[pos])) {
+            ++pos;
+        }
+        if (pos == line.size()) {
             break;
         }
-        const size_t end = std::min(line.find_first_of(" \t", start), line.size());
+        const size_t start = pos;
+        while (pos < line.size() && !blank(line[pos])) {
+            ++pos;
+        }
         if (count == tokens.size()) {
             tokens.emplace_back();
         }
-        tokens[count++].assign(line, start, end - start);
-        pos = end;
+        tokens[count++].assign(line, start, pos - start);
     }
     tokens.resize(count);
 }
