@@ -67,9 +67,9 @@ struct KeywordEntry {
 
 bool LineParser::Int(const std::string& token, int32_t& out, std::string& problem)
 {
-    size_t digits = (token[0] == '+' || token[0] == '-') ? 1 : 0;
-    if (digits == token.size() ||
-        token.find_first_not_of("0123456789", digits) != std::string::npos) {
+    const size_t digits = (token[0] == '+' || token[0] == '-') ? 1 : 0;
+    if (digits == token.size() || !std::all_of(token.begin() + digits, token.end(),
+                                               [](char c) { return c >= '0' && c <= '9'; })) {
         return Fail(problem, "'" + token + "' is not an integer");
     }
     errno = 0;
@@ -314,16 +314,34 @@ void Tokenize(const std::string& line, std::vector<std::string>& tokens)
 // "@MS": a non-negative decimal number of milliseconds.
 bool ParseStamp(const std::string& token, double& stamp)
 {
-    const std::string number = token.substr(1);
-    const size_t dot = number.find('.');
-    const std::string whole = number.substr(0, dot);
-    const std::string fraction = dot == std::string::npos ? "0" : number.substr(dot + 1);
-    if (whole.empty() || fraction.empty() ||
-        whole.find_first_not_of("0123456789") != std::string::npos ||
-        fraction.find_first_not_of("0123456789") != std::string::npos) {
+    // Digits, then optionally a dot and more digits: no sign, no exponent.
+    auto digitsFrom = [&token](size_t pos) {
+        size_t end = pos;
+        while (end < token.size() && token[end] >= '0' && token[end] <= '9') {
+            ++end;
+        }
+        return end;
+    };
+    size_t end = digitsFrom(1);
+    if (end == 1) {
         return false;
     }
-    stamp = std::strtod(number.c_str(), nullptr);
+    if (end < token.size() && token[end] == '.') {
+        const size_t fractionEnd = digitsFrom(end + 1);
+        if (fractionEnd == end + 1) {
+            return false;
+        }
+        end = fractionEnd;
+    }
+    if (end != token.size()) {
+        return false;
+    }
+    // Plain decimals: from_chars rounds exactly as strtod does.
+    const auto [ptr, ec] = std::from_chars(token.data() + 1, token.data() + end, stamp);
+    (void)ptr;
+    if (ec != std::errc{}) {
+        stamp = std::strtod(token.c_str() + 1, nullptr);
+    }
     return std::isfinite(stamp);
 }
 
@@ -336,7 +354,10 @@ LineResult ParseLine(const std::string& name, int number, std::string& line,
     if (!line.empty() && line.back() == '\r') {
         line.pop_back();
     }
-    line.resize(std::min(line.size(), line.find('#')));
+    const size_t comment = line.find('#');
+    if (comment != std::string::npos) {
+        line.resize(comment);
+    }
     Tokenize(line, tokens);
     if (tokens.empty()) {
         return LineResult::BLANK;
