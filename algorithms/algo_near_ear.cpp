@@ -28,7 +28,7 @@ MotionData AlgoNearEar::GetReportData(int result) const
 int AlgoNearEar::PreprocessData(int sensorTypeId, void* data)
 {
     MLOGD("sensorTypeId:%{public}d", sensorTypeId);
-    if (GetSupportSensors().count(sensorTypeId) == 0) {
+    if (supportSensors_.count(sensorTypeId) == 0) {  // the member: no copy per sample
         MLOGE("Failed to found support sensorTypeId");
         return -1;
     }

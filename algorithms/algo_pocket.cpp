@@ -32,7 +32,7 @@ MotionData AlgoPocket::GetReportData(int result) const
 int AlgoPocket::PreprocessData(int sensorTypeId, void* data)
 {
     MLOGD("sensorTypeId:%{public}d", sensorTypeId);
-    if (GetSupportSensors().count(sensorTypeId) == 0) {
+    if (supportSensors_.count(sensorTypeId) == 0) {  // the member: no copy per sample
         MLOGE("Failed to found support sensorTypeId");
         return -1;
     }

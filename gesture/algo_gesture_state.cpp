@@ -196,13 +196,13 @@ int AlgoGestureState::GetAngle(const PointerEvent& a, const PointerEvent& b)
     return TruncToInt32(std::atan2(ay, ax) * kDegreesPerRadian);
 }
 
-int AlgoGestureState::GetDistance(const std::vector<PointerEvent>& events)
+int AlgoGestureState::GetDistance(const PointerRecords& events)
 {
     // Callers measure pairs; a shorter list has no distance.
     return events.size() < 2 ? 0 : GetDistance(events[0], events[1]);
 }
 
-int AlgoGestureState::GetAngle(const std::vector<PointerEvent>& events)
+int AlgoGestureState::GetAngle(const PointerRecords& events)
 {
     return events.size() < 2 ? 0 : GetAngle(events[0], events[1]);
 }
@@ -313,9 +313,9 @@ void AlgoGestureState::StoreEvent(const PointerEvent& event, int32_t pointerActi
     pointerEvents_.emplace(key, event);
 }
 
-std::vector<PointerEvent> AlgoGestureState::CollectRecords() const
+PointerRecords AlgoGestureState::CollectRecords() const
 {
-    std::vector<PointerEvent> records;
+    PointerRecords records;
     records.reserve(pointerEvents_.size());
     for (const auto& entry : pointerEvents_) {
         records.push_back(entry.second);
@@ -323,9 +323,9 @@ std::vector<PointerEvent> AlgoGestureState::CollectRecords() const
     return records;
 }
 
-std::vector<PointerEvent> AlgoGestureState::CollectRecords(int32_t pointerAction) const
+PointerRecords AlgoGestureState::CollectRecords(int32_t pointerAction) const
 {
-    std::vector<PointerEvent> records;
+    PointerRecords records;
     for (const auto& [key, event] : pointerEvents_) {
         if (key.pointerAction == pointerAction) {
             records.push_back(event);

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "motion_data.h"
 #include "platform_log.h"
 #include "pointer_event.h"
+#include "pointer_store.h"
 
 namespace Tarvo::Quil {
 
@@ -34,27 +34,16 @@ enum States : int32_t {
 // "STATE_IDLE" ... "STATE_ERROR"; "STATE_UNKNOWN" outside 0..11.
 const char* StateName(States state);
 
-// Store key: at most one down record (action 2) and one move record (action 3) per
-// finger; iteration visits fingers in ascending id, down before move.
-struct PointerKey {
-    int32_t pointerId = 0;
-    int32_t pointerAction = 0;
-
-    bool operator<(const PointerKey& other) const
-    {
-        return pointerId != other.pointerId ? pointerId < other.pointerId
-                                            : pointerAction < other.pointerAction;
-    }
-};
-
-using PointerStore = std::map<PointerKey, PointerEvent>;
-
 // What one state hands to the next.
 struct PointerData {
     int32_t distance = 0;  // pixels
     int32_t angle = 0;     // whole degrees, 0..90
-    std::map<PointerKey, PointerEvent> pointerEvents;
+    PointerStore pointerEvents;
 };
+
+// Copies of store records: a down and a move record for each of 16 fingers, plus the
+// two that a travel measurement may add, fit inline.
+using PointerRecords = SmallVector<PointerEvent, 34>;
 
 class AlgoGestureState {
 public:
@@ -84,8 +73,8 @@ public:
 
     // Geometry shared by the states; elements 0 and 1 of `events` only. Safe for any
     // coordinates: differences are taken in 64 bits and results saturate to int32.
-    static int GetDistance(const std::vector<PointerEvent>& events);  // pixels, truncated
-    static int GetAngle(const std::vector<PointerEvent>& events);     // degrees, 0..90
+    static int GetDistance(const PointerRecords& events);  // pixels, truncated
+    static int GetAngle(const PointerRecords& events);     // degrees, 0..90
     static int GetDistance(const PointerEvent& a, const PointerEvent& b);
     static int GetAngle(const PointerEvent& a, const PointerEvent& b);
     static double GetScale(int a, int b);
@@ -139,9 +128,9 @@ protected:
     void StoreEvent(const PointerEvent& event) { StoreEvent(event, event.pointerAction); }
     void ClearStore() { pointerEvents_.clear(); }
     // Copies of all records in key order.
-    std::vector<PointerEvent> CollectRecords() const;
+    PointerRecords CollectRecords() const;
     // Copies of the records whose KEY action is `pointerAction`, in key order.
-    std::vector<PointerEvent> CollectRecords(int32_t pointerAction) const;
+    PointerRecords CollectRecords(int32_t pointerAction) const;
 
     int32_t distance = 0;  // pixels, measured when the gesture's fingers came down
     int32_t angle = 0;     // whole degrees

@@ -35,7 +35,7 @@ States AlgoOneFingerDownState::HandleDownEvent(const PointerEvent& event)
         return STATE_ERROR;
     }
     StoreEvent(event);
-    const std::vector<PointerEvent> records = CollectRecords();
+    const PointerRecords records = CollectRecords();
     if (records.size() != 2) {
         MLOGE("%{public}s", kWrongDown);
         ClearStore();
@@ -80,13 +80,13 @@ States AlgoOneFingerDownState::HandleUpEvent(const PointerEvent& event)
     return FailWrongInput(site, event);
 }
 
-int AlgoOneFingerDownState::GetDistance(const std::vector<PointerEvent>& events) const
+int AlgoOneFingerDownState::GetDistance(const PointerRecords& events) const
 {
     MLOGD("enter");
     return AlgoGestureState::GetDistance(events);
 }
 
-int AlgoOneFingerDownState::GetAngle(const std::vector<PointerEvent>& events) const
+int AlgoOneFingerDownState::GetAngle(const PointerRecords& events) const
 {
     MLOGD("enter");
     return AlgoGestureState::GetAngle(events);

@@ -13,8 +13,8 @@ public:
 
 private:
     // The shared geometry, with an entry line of this state's own.
-    int GetDistance(const std::vector<PointerEvent>& events) const;
-    int GetAngle(const std::vector<PointerEvent>& events) const;
+    int GetDistance(const PointerRecords& events) const;
+    int GetAngle(const PointerRecords& events) const;
 };
 
 }  // namespace Tarvo::Quil

@@ -40,9 +40,9 @@ bool AlgoOneFingerMoveState::HasPair(const char* op) const
     return true;
 }
 
-std::vector<PointerEvent> AlgoOneFingerMoveState::GetPointerInfos() const
+PointerRecords AlgoOneFingerMoveState::GetPointerInfos() const
 {
-    return HasPair(__func__) ? CollectRecords() : std::vector<PointerEvent>{};
+    return HasPair(__func__) ? CollectRecords() : PointerRecords{};
 }
 
 bool AlgoOneFingerMoveState::GetDistance(int& result) const
@@ -65,7 +65,7 @@ bool AlgoOneFingerMoveState::GetAngle(int& result) const
 
 bool AlgoOneFingerMoveState::JudgeSwipe(int swipeDistance)
 {
-    const std::vector<PointerEvent> infos = GetPointerInfos();
+    const PointerRecords infos = GetPointerInfos();
     if (infos.size() != 2) {
         reportInfo_.result = -1;
         return false;

@@ -14,7 +14,7 @@ public:
 
     // The down and move records of the finger, in that order; empty unless the store
     // holds exactly those two.
-    std::vector<PointerEvent> GetPointerInfos() const;
+    PointerRecords GetPointerInfos() const;
     bool GetDistance(int& result) const;
     bool GetAngle(int& result) const;
     // Reports an edge swipe and answers true, or clears the result and answers false.

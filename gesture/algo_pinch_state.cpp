@@ -40,7 +40,7 @@ States AlgoPinchState::HandleMoveEvent(const PointerEvent& event)
         return Transit(site, STATE_ERROR);
     }
     StoreEvent(event);
-    const std::vector<PointerEvent> moves = CollectRecords(POINTER_ACTION_MOVE);
+    const PointerRecords moves = CollectRecords(POINTER_ACTION_MOVE);
     const auto pair =
         moves.size() > 2 ? std::nullopt : MeasuredPair(moves, CollectRecords(POINTER_ACTION_DOWN));
     if (!pair.has_value()) {

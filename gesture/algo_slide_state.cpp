@@ -19,7 +19,7 @@ int AlgoSlideState::GetDistance(const PointerEvent& event)
                         "MAP store error,not store DownEvent");
 }
 
-int AlgoSlideState::GetAvgDistance(const std::vector<int>& distances)
+int AlgoSlideState::GetAvgDistance(const SmallVector<int, 16>& distances)
 {
     // Unlike the move state, the first three; callers pass exactly three.
     int64_t sum = 0;
@@ -41,7 +41,7 @@ States AlgoSlideState::HandleMoveEvent(const PointerEvent& event)
     }
     reportInfo_.status = kGestureInProgress;  // before measuring: every report here is 2
     StoreEvent(event);
-    std::vector<int> distances;
+    SmallVector<int, 16> distances;
     for (const PointerEvent& move : CollectRecords(POINTER_ACTION_MOVE)) {
         distances.push_back(GetDistance(move));
     }
@@ -88,7 +88,7 @@ States AlgoSlideState::HandleUpEvent(const PointerEvent& event)
         return FailWith(site, kWrongDown);
     }
     pointerEvents_.erase(PointerKey{event.pointerId, POINTER_ACTION_DOWN});
-    const std::vector<PointerEvent> rest = CollectRecords();
+    const PointerRecords rest = CollectRecords();
     if (rest.size() != 2) {
         return FailWith(site, kWrongDown);
     }

@@ -18,7 +18,7 @@ public:
     // How far the finger of `event` has moved from its down record.
     int GetDistance(const PointerEvent& event);
     // The average of the first three distances.
-    static int GetAvgDistance(const std::vector<int>& distances);
+    static int GetAvgDistance(const SmallVector<int, 16>& distances);
 };
 
 }  // namespace Tarvo::Quil

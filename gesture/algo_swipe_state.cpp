@@ -18,7 +18,7 @@ States AlgoSwipeState::HandleMoveEvent(const PointerEvent& event)
     }
     StoreEvent(event, POINTER_ACTION_MOVE);
     reportInfo_.status = kGestureInProgress;
-    const std::vector<PointerEvent> records = CollectRecords();
+    const PointerRecords records = CollectRecords();
     if (records.size() != 2) {
         ClearStore();
         return STATE_ERROR;
@@ -65,7 +65,7 @@ States AlgoSwipeState::HandleDownEvent(const PointerEvent& event)
         return STATE_ERROR;
     }
     StoreEvent(event);
-    const std::vector<PointerEvent> records = CollectRecords();
+    const PointerRecords records = CollectRecords();
     if (records.size() != 2) {
         ClearStore();
         return STATE_ERROR;

@@ -48,7 +48,7 @@ States AlgoThreeFingersDownState::HandleUpEvent(const PointerEvent& event)
         return FailWith(site, "MAP store error,not store DownEvent");
     }
     pointerEvents_.erase(PointerKey{event.pointerId, POINTER_ACTION_DOWN});
-    const std::vector<PointerEvent> rest = CollectRecords();
+    const PointerRecords rest = CollectRecords();
     if (rest.size() != 2) {
         ClearStore();
         return Transit(site, STATE_ERROR);

@@ -23,7 +23,7 @@ int AlgoThreeFingersMoveState::GetDistance(const PointerEvent& event)
 
 int AlgoThreeFingersMoveState::GetAvgDistance()
 {
-    std::vector<int> distances;
+    SmallVector<int, 16> distances;
     for (const PointerEvent& move : CollectRecords(POINTER_ACTION_MOVE)) {
         distances.push_back(GetDistance(move));
     }
@@ -67,8 +67,8 @@ Direction AlgoThreeFingersMoveState::JudgeDirection() const
     return DIRECTION_RIGHT;
 }
 
-bool AlgoThreeFingersMoveState::IsSameDirection(std::vector<int> fingerAngles,
-                                                std::vector<Direction> fingerDirections)
+bool AlgoThreeFingersMoveState::IsSameDirection(SmallVector<int, 16> fingerAngles,
+                                                SmallVector<Direction, 16> fingerDirections)
 {
     if (fingerAngles.empty() || fingerDirections.empty()) {
         MLOGE("fingerAngles or fingerdirections is empty");
@@ -91,8 +91,8 @@ bool AlgoThreeFingersMoveState::IsSameDirection(std::vector<int> fingerAngles,
 
 bool AlgoThreeFingersMoveState::HandleDirection()
 {
-    std::vector<int> fingerAngles;
-    std::vector<Direction> fingerDirections;
+    SmallVector<int, 16> fingerAngles;
+    SmallVector<Direction, 16> fingerDirections;
     for (const PointerEvent& move : CollectRecords(POINTER_ACTION_MOVE)) {
         auto down = pointerEvents_.find(PointerKey{move.pointerId, POINTER_ACTION_DOWN});
         if (down == pointerEvents_.end()) {
@@ -187,7 +187,7 @@ States AlgoThreeFingersMoveState::HandleUpEvent(const PointerEvent& event)
         return FailWith(site, kMissingDown);
     }
     pointerEvents_.erase(PointerKey{event.pointerId, POINTER_ACTION_DOWN});
-    const std::vector<PointerEvent> rest = CollectRecords();
+    const PointerRecords rest = CollectRecords();
     if (rest.size() != 2) {
         ClearStore();
         LogTransition(site, STATE_THREE_FINGERS_DOWN, STATE_ERROR);

@@ -33,7 +33,8 @@ public:
     static Direction JudgeDirection(int64_t dx, int64_t dy);
     // The direction of the angle last measured, fingerAngle_ (not used by the handlers).
     Direction JudgeDirection() const;
-    bool IsSameDirection(std::vector<int> fingerAngles, std::vector<Direction> fingerDirections);
+    bool IsSameDirection(SmallVector<int, 16> fingerAngles,
+                         SmallVector<Direction, 16> fingerDirections);
     bool HandleDirection();
 
 private:

@@ -14,12 +14,13 @@ constexpr int32_t kActionClosing = 1;
 constexpr int32_t kActionOpening = 0;
 }  // namespace
 
-std::optional<std::vector<PointerEvent>> MeasuredPair(const std::vector<PointerEvent>& moves,
-                                                      const std::vector<PointerEvent>& downs)
+std::optional<PointerRecords> MeasuredPair(const PointerRecords& moves, const PointerRecords& downs)
 {
-    std::vector<PointerEvent> list = moves;
+    PointerRecords list = moves;
     if (moves.size() == 1) {
-        list.insert(list.end(), downs.begin(), downs.end());
+        for (const PointerEvent& down : downs) {
+            list.push_back(down);
+        }
     }
     if (list.size() < 2) {
         return std::nullopt;
@@ -52,7 +53,7 @@ States AlgoTwoFingersMoveState::HandleMoveEvent(const PointerEvent& event)
         return STATE_ERROR;  // no transition line on this path
     }
     StoreEvent(event);
-    const std::vector<PointerEvent> moves = CollectRecords(POINTER_ACTION_MOVE);
+    const PointerRecords moves = CollectRecords(POINTER_ACTION_MOVE);
     if (moves.empty() || moves.size() > 2) {
         return STATE_ERROR;  // silently, and the store is kept, as shipped
     }

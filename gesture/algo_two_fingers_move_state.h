@@ -19,7 +19,7 @@ public:
 // finger moved, its latest position and then the down records in store order (so the
 // second may be that same finger's own down record, as shipped); with two moved, both
 // move records. Null with fewer than two records.
-std::optional<std::vector<PointerEvent>> MeasuredPair(const std::vector<PointerEvent>& moves,
-                                                      const std::vector<PointerEvent>& downs);
+std::optional<PointerRecords> MeasuredPair(const PointerRecords& moves,
+                                           const PointerRecords& downs);
 
 }  // namespace Tarvo::Quil

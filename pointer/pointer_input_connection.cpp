@@ -157,9 +157,12 @@ void PointerInputConnection::NotifyPointerEvent()
 void PointerInputConnection::Channel::Push(PointerEvent event)
 {
     QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "PushData", "enter");
-    std::lock_guard<std::mutex> lock(mutex);
-    pointerEvent = std::move(event);
-    events.push_back(pointerEvent);
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        pointerEvent = std::move(event);
+        events.push_back(pointerEvent);
+    }
+    // Posted after unlocking: the woken worker takes the same lock first thing.
     SemPost(&sem);
 }
 

@@ -6,12 +6,12 @@
 #include <semaphore.h>
 
 #include <atomic>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
 
+#include "event_ring.h"
 #include "pointer_event.h"
 
 namespace Tarvo::Quil {
@@ -50,7 +50,7 @@ private:
         // False once the worker must end; marks the worker done in the same step.
         bool KeepRunning();
 
-        std::deque<PointerEvent> events;
+        EventRing<PointerEvent> events;
         PointerEvent pointerEvent;  // staging copy of the latest pushed record
         sem_t sem{};
         bool semReady = false;

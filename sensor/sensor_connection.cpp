@@ -196,7 +196,7 @@ void SensorConnection::SensorDataCallbackImpl(SensorEvent* event)
 void SensorConnection::PushData(const SensorEvent& event)
 {
     MLOGD("enter");
-    std::lock_guard<std::mutex> lock(eventMutex_);
+    std::unique_lock<std::mutex> lock(eventMutex_);
     if (count_ == ring_.size()) {
         // Full: unroll into a ring twice the size. Only a worker that falls behind gets
         // here; the storage stays for later bursts.
@@ -217,6 +217,8 @@ void SensorConnection::PushData(const SensorEvent& event)
     }
     std::memset(slot.data + length, 0, kSampleBytes - length);
     ++count_;
+    lock.unlock();
+    // Posted after unlocking: the woken worker takes the same lock first thing.
     SemPost(&sem_);
 }
 

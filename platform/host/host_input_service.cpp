@@ -42,6 +42,7 @@ void HostInputService::SetMonitorId(int32_t monitorId)
 
 void HostInputService::Inject(std::shared_ptr<MMI::PointerEvent> event)
 {
+    WorkerTracker::Instance().DeliveryQueued();
     {
         std::lock_guard<std::mutex> lock(mutex_);
         queue_.push_back(std::move(event));
@@ -61,12 +62,14 @@ void HostInputService::DeliveryLoop()
         wake_.wait(lock, [this] { return !queue_.empty(); });
         std::shared_ptr<MMI::PointerEvent> event = std::move(queue_.front());
         queue_.pop_front();
-        std::vector<MMI::PointerMonitor> monitors;
+        std::vector<MMI::PointerMonitor>& monitors = calling_;
+        monitors.clear();
         for (const auto& entry : monitors_) {
             monitors.push_back(entry.second);
         }
         delivering_ = true;
         lock.unlock();
+        WorkerTracker::Instance().BeforeDelivery();
         for (const auto& monitor : monitors) {
             if (monitor) {
                 monitor(event);
@@ -80,7 +83,7 @@ void HostInputService::DeliveryLoop()
         delivering_ = false;
         delivered_.notify_all();
         lock.unlock();
-        WorkerTracker::Instance().Notify();
+        WorkerTracker::Instance().DeliveryDone();
         lock.lock();
     }
 }
@@ -89,12 +92,6 @@ int HostInputService::InstalledMonitorCount()
 {
     std::lock_guard<std::mutex> lock(mutex_);
     return static_cast<int>(monitors_.size());
-}
-
-bool HostInputService::Idle()
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    return queue_.empty() && !delivering_;
 }
 
 void HostInputService::Reset()

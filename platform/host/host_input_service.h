@@ -10,6 +10,7 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <vector>
 
 #include "input_manager.h"
 
@@ -26,7 +27,6 @@ public:
     void SetMonitorId(int32_t monitorId);
     void Inject(std::shared_ptr<MMI::PointerEvent> event);
     int InstalledMonitorCount();
-    bool Idle();
     void Reset();
 
 private:
@@ -40,6 +40,7 @@ private:
     int32_t nextId_ = 1;
     std::optional<int32_t> fixedId_;
     std::deque<std::shared_ptr<MMI::PointerEvent>> queue_;
+    std::vector<MMI::PointerMonitor> calling_;  // the delivery thread's, reused
     bool delivering_ = false;
     std::thread::id deliveryThread_;
     std::unique_ptr<std::thread> thread_;

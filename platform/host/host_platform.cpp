@@ -79,6 +79,7 @@ void HostPlatform::Reset()
     HostInputService::Instance().Reset();
     HostLog::Instance().SetLevel(HostLog::kOff);
     HostLog::Instance().SetSink({});
+    HostSensorService::Instance().SetWakeBatch(1);
     gThreadNamingFails = false;
 }
 
@@ -101,6 +102,11 @@ void HostPlatform::InjectSample(int32_t sensorTypeId, const std::vector<float>& 
                                 int64_t timestampNs)
 {
     HostSensorService::Instance().InjectSample(sensorTypeId, values, timestampNs);
+}
+
+void HostPlatform::SetSampleBatch(size_t samples)
+{
+    HostSensorService::Instance().SetWakeBatch(samples);
 }
 
 void HostPlatform::InjectNullEvent()
@@ -168,9 +174,13 @@ void HostPlatform::SetThreadNamingFails(bool fails)
 
 bool HostPlatform::WaitIdle(int timeoutMs)
 {
-    return WorkerTracker::Instance().WaitFor(
-        [] { return HostSensorService::Instance().Idle() && HostInputService::Instance().Idle(); },
-        timeoutMs);
+    HostSensorService::Instance().Flush();
+    return WorkerTracker::Instance().WaitIdle(timeoutMs);
+}
+
+void HostPlatform::SetDeliveryHook(void (*hook)())
+{
+    WorkerTracker::Instance().SetDeliveryHook(hook);
 }
 
 }  // namespace Tarvo::Host

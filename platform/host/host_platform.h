@@ -5,6 +5,7 @@
 // thread-safe; the services deliver on their own threads, as the real ones do.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -94,6 +95,11 @@ public:
     /// \param timestampNs the sample's time stamp, in nanoseconds.
     static void InjectSample(int32_t sensorTypeId, const std::vector<float>& values,
                              int64_t timestampNs = 0);
+    /// Lets up to `samples` injected samples wait before the service's thread is woken
+    /// to deliver them (1, the default: each at once). WaitIdle delivers what waits. A
+    /// replay host that injects faster than the library takes samples saves a wake-up
+    /// per sample this way.
+    static void SetSampleBatch(size_t samples);
     /// Call every subscriber's callback of every active sensor with a null event,
     /// once per subscriber record.
     static void InjectNullEvent();
@@ -151,6 +157,12 @@ public:
     /// \param timeoutMs the longest wait, in milliseconds.
     /// \return true when idle; false if that did not happen in time.
     static bool WaitIdle(int timeoutMs = 10000);
+
+    // --- measuring --------------------------------------------------------------
+    /// \param hook runs on a service's delivery thread just before each sample or touch
+    ///        event is handed to the library (nullptr for none): the start of a latency
+    ///        measurement.
+    static void SetDeliveryHook(void (*hook)());
 };
 
 }  // namespace Tarvo::Host

@@ -144,24 +144,58 @@ void HostSensorService::Heal(SensorCall call, std::optional<int32_t> sensorTypeI
 void HostSensorService::InjectSample(int32_t sensorTypeId, const std::vector<float>& values,
                                      int64_t timestamp)
 {
-    Enqueue(Delivery{false, sensorTypeId, values, timestamp});
+    Delivery delivery;
+    delivery.sensorTypeId = sensorTypeId;
+    delivery.count = std::min(values.size(), kBlockFloats);
+    std::copy(values.begin(), values.begin() + delivery.count, delivery.values.begin());
+    delivery.timestamp = timestamp;
+    Enqueue(delivery);
 }
 
 void HostSensorService::InjectNullEvent()
 {
-    Enqueue(Delivery{true, 0, {}, 0});
+    Delivery delivery;
+    delivery.null = true;
+    Enqueue(delivery);
 }
 
-void HostSensorService::Enqueue(Delivery delivery)
+void HostSensorService::Enqueue(const Delivery& delivery)
 {
+    WorkerTracker::Instance().DeliveryQueued();
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        queue_.push_back(std::move(delivery));
+        if (queued_ == queue_.size()) {
+            std::vector<Delivery> bigger(queue_.empty() ? 64 : queue_.size() * 2);
+            for (size_t i = 0; i < queued_; ++i) {
+                bigger[i] = queue_[(queueHead_ + i) % queue_.size()];
+            }
+            queue_ = std::move(bigger);
+            queueHead_ = 0;
+        }
+        queue_[(queueHead_ + queued_) % queue_.size()] = delivery;
+        ++queued_;
         if (thread_ == nullptr) {
             thread_ = std::make_unique<std::thread>([this] { DeliveryLoop(); });
             thread_->detach();  // lives as long as the (never destroyed) service
         }
+        if (queued_ < batch_) {
+            return;  // woken once the batch is full, or by Flush
+        }
     }
+    wake_.notify_one();
+}
+
+void HostSensorService::SetWakeBatch(size_t samples)
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        batch_ = std::max<size_t>(samples, 1);
+    }
+    Flush();
+}
+
+void HostSensorService::Flush()
+{
     wake_.notify_one();
 }
 
@@ -170,17 +204,18 @@ void HostSensorService::DeliveryLoop()
     std::unique_lock<std::mutex> lock(mutex_);
     deliveryThread_ = std::this_thread::get_id();
     for (;;) {
-        wake_.wait(lock, [this] { return !queue_.empty(); });
-        Delivery delivery = std::move(queue_.front());
-        queue_.pop_front();
+        wake_.wait(lock, [this] { return queued_ != 0; });
+        const Delivery delivery = queue_[queueHead_];
+        queueHead_ = (queueHead_ + 1) % queue_.size();
+        --queued_;
         delivering_ = true;
         lock.unlock();
         Deliver(delivery);
         lock.lock();
         delivering_ = false;
-        delivered_.notify_all();
         lock.unlock();
-        WorkerTracker::Instance().Notify();
+        delivered_.notify_all();
+        WorkerTracker::Instance().DeliveryDone();
         lock.lock();
     }
 }
@@ -188,7 +223,8 @@ void HostSensorService::DeliveryLoop()
 void HostSensorService::Deliver(const Delivery& delivery)
 {
     // Subscribers are called without the service's lock: they may call back in.
-    std::vector<const SensorUser*> recipients;
+    std::vector<const SensorUser*>& recipients = recipients_;
+    recipients.clear();
     float* block = nullptr;
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -204,11 +240,11 @@ void HostSensorService::Deliver(const Delivery& delivery)
             nextBlock_ = (nextBlock_ + 1) % kPoolBlocks;
         }
     }
-    const size_t count = std::min(delivery.values.size(), kBlockFloats);
+    const size_t count = delivery.count;
     if (block != nullptr) {
-        std::fill(block, block + kBlockFloats, 0.0F);
-        std::copy(delivery.values.begin(), delivery.values.begin() + count, block);
+        std::copy(delivery.values.begin(), delivery.values.end(), block);  // zero-padded
     }
+    WorkerTracker::Instance().BeforeDelivery();
     for (const SensorUser* user : recipients) {
         RecordSensorCallback callback = user->callback;
         if (callback == nullptr) {
@@ -247,12 +283,6 @@ int HostSensorService::SubscriptionCount()
 {
     std::lock_guard<std::mutex> lock(mutex_);
     return static_cast<int>(subscriptions_.size());
-}
-
-bool HostSensorService::Idle()
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    return queue_.empty() && !delivering_;
 }
 
 void HostSensorService::Reset()

@@ -3,6 +3,7 @@
 // service's own thread to the subscribers that have activated the sensor.
 #pragma once
 
+#include <array>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -39,27 +40,31 @@ public:
     void Heal(SensorCall call, std::optional<int32_t> sensorTypeId);
     void InjectSample(int32_t sensorTypeId, const std::vector<float>& values, int64_t timestamp);
     void InjectNullEvent();
+    // The delivery thread is woken once `samples` are queued (1: for every one), and
+    // by Flush.
+    void SetWakeBatch(size_t samples);
+    void Flush();
     SubscriptionState GetSubscription(const void* user, int32_t sensorTypeId);
     int ActiveSubscriberCount(int32_t sensorTypeId);
     int SubscriptionCount();
-    bool Idle();
     void Reset();
 
 private:
     // A data block holds at least four floats; longer samples are cut to its size.
     static constexpr size_t kBlockFloats = 64;
-    static constexpr size_t kPoolBlocks = 1024;
+    static constexpr size_t kPoolBlocks = 8192;
 
     struct Delivery {
         bool null = false;
         int32_t sensorTypeId = 0;
-        std::vector<float> values;
+        size_t count = 0;  // values used
+        std::array<float, kBlockFloats> values{};
         int64_t timestamp = 0;
     };
 
     HostSensorService();
     bool FailsLocked(SensorCall call, int32_t sensorTypeId) const;
-    void Enqueue(Delivery delivery);
+    void Enqueue(const Delivery& delivery);
     void DeliveryLoop();
     void Deliver(const Delivery& delivery);
     void WaitOutDeliveryLocked(std::unique_lock<std::mutex>& lock);
@@ -70,7 +75,13 @@ private:
     std::deque<std::vector<SensorInfo>> sensorLists_;
     std::map<std::pair<const SensorUser*, int32_t>, SubscriptionState> subscriptions_;
     std::set<std::pair<SensorCall, std::optional<int32_t>>> faults_;
-    std::deque<Delivery> queue_;
+    // Deliveries waiting, oldest at queueHead_: a ring over a buffer that only grows,
+    // so a steady stream of samples is queued without allocating.
+    std::vector<Delivery> queue_;
+    size_t queueHead_ = 0;
+    size_t queued_ = 0;
+    size_t batch_ = 1;
+    std::vector<const SensorUser*> recipients_;  // the delivery thread's, reused
     bool delivering_ = false;
     // Deactivate and Unsubscribe wait out a delivery in flight, as a real service does,
     // so that a client may unload its callback's code once they return.

@@ -11,88 +11,80 @@ WorkerTracker& WorkerTracker::Instance()
     return *instance;
 }
 
+WorkerTracker::Slot* WorkerTracker::Find(sem_t* sem)
+{
+    for (Slot& slot : slots_) {
+        if (slot.sem.load(std::memory_order_acquire) == sem) {
+            return &slot;
+        }
+    }
+    return nullptr;
+}
+
+void WorkerTracker::Add(int64_t delta)
+{
+    // Sequentially consistent with the waiter's count: either the waiter sees zero, or
+    // this thread sees the waiter and wakes it.
+    if (outstanding_.fetch_add(delta) + delta == 0 && waiters_.load() != 0) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        idle_.notify_all();
+    }
+}
+
 void WorkerTracker::OnSemInit(sem_t* sem)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    counters_[sem] = Counters{};
-    ++generation_;
+    Slot* slot = Find(sem);
+    if (slot != nullptr) {  // initialised again without a destroy: start over
+        outstanding_ -= slot->outstanding.exchange(0);
+    } else {
+        slot = Find(nullptr);
+        if (slot == nullptr) {
+            return;  // more semaphores than slots: this one goes unwatched
+        }
+    }
+    slot->outstanding = 1;  // its worker has not reached its first wait
+    outstanding_ += 1;
+    slot->sem.store(sem, std::memory_order_release);
 }
 
 void WorkerTracker::OnSemDestroy(sem_t* sem)
 {
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        counters_.erase(sem);
-        ++generation_;
+    std::unique_lock<std::mutex> lock(mutex_);
+    Slot* slot = Find(sem);
+    if (slot == nullptr) {
+        return;
     }
-    changed_.notify_all();
+    slot->sem.store(nullptr, std::memory_order_release);
+    const int64_t left = slot->outstanding.exchange(0);
+    lock.unlock();
+    Add(-left);
 }
 
 void WorkerTracker::OnSemPost(sem_t* sem)
 {
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        auto it = counters_.find(sem);
-        if (it != counters_.end()) {
-            ++it->second.posts;
-        }
-        ++generation_;
+    if (Slot* slot = Find(sem)) {
+        slot->outstanding.fetch_add(1);
+        Add(1);
     }
-    changed_.notify_all();
 }
 
 void WorkerTracker::OnSemWait(sem_t* sem)
 {
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        auto it = counters_.find(sem);
-        if (it != counters_.end()) {
-            ++it->second.waits;
-        }
-        ++generation_;
+    if (Slot* slot = Find(sem)) {
+        slot->outstanding.fetch_sub(1);
+        Add(-1);
     }
-    changed_.notify_all();
 }
 
-void WorkerTracker::Notify()
-{
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        ++generation_;
-    }
-    changed_.notify_all();
-}
-
-bool WorkerTracker::WorkersIdleLocked() const
-{
-    for (const auto& [sem, counters] : counters_) {
-        (void)sem;
-        if (counters.waits != counters.posts + 1) {
-            return false;
-        }
-    }
-    return true;
-}
-
-bool WorkerTracker::WaitFor(const std::function<bool()>& othersIdle, int timeoutMs)
+bool WorkerTracker::WaitIdle(int timeoutMs)
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     std::unique_lock<std::mutex> lock(mutex_);
-    for (;;) {
-        const uint64_t seen = generation_;
-        lock.unlock();
-        const bool othersDone = othersIdle();
-        lock.lock();
-        if (generation_ != seen) {
-            continue;  // something moved while we looked: look again
-        }
-        if (othersDone && WorkersIdleLocked()) {
-            return true;
-        }
-        if (!changed_.wait_until(lock, deadline, [&] { return generation_ != seen; })) {
-            return false;
-        }
-    }
+    waiters_.fetch_add(1);
+    const bool idle = idle_.wait_until(lock, deadline, [this] { return outstanding_.load() == 0; });
+    waiters_.fetch_sub(1);
+    return idle;
 }
 
 }  // namespace Tarvo::Host

@@ -1,17 +1,21 @@
-// Watches the library's worker semaphores, so that a host can tell when every queued
-// sample and touch has been handled.
+// Watches the library's worker semaphores and the services' deliveries, so that a host
+// can tell when every queued sample and touch has been handled.
 //
 // Each initialised semaphore has one worker that loops "wait, handle one item". It is
 // idle once the worker has entered a wait with every post consumed:
 // waits == posts + 1. A worker that has not reached its first wait is not idle yet.
+// The tracker keeps one running total of what is outstanding (deliveries not finished,
+// plus posts + 1 - waits over every semaphore), so a waiter is woken once, when it
+// reaches zero. Posts and waits only touch atomics: the workers and delivery threads
+// never queue on a lock of the tracker.
 #pragma once
 
 #include <semaphore.h>
 
+#include <array>
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <functional>
-#include <map>
 #include <mutex>
 
 namespace Tarvo::Host {
@@ -25,25 +29,40 @@ public:
     void OnSemPost(sem_t* sem);
     void OnSemWait(sem_t* sem);
 
-    // Wakes WaitFor; services call it whenever they finish a delivery.
-    void Notify();
-    // Waits until `othersIdle()` holds and every worker is idle; false after
-    // `timeoutMs`. `othersIdle` is evaluated without the tracker's lock held.
-    bool WaitFor(const std::function<bool()>& othersIdle, int timeoutMs);
+    // A service has taken an item to deliver, and has finished delivering it.
+    void DeliveryQueued() { Add(1); }
+    void DeliveryDone() { Add(-1); }
+
+    // Runs the hook (if any) on a delivery thread just before a delivery.
+    void SetDeliveryHook(void (*hook)()) { hook_ = hook; }
+    void BeforeDelivery()
+    {
+        if (auto* hook = hook_.load(std::memory_order_acquire)) {
+            hook();
+        }
+    }
+
+    // Waits until nothing is outstanding; false after `timeoutMs`.
+    bool WaitIdle(int timeoutMs);
 
 private:
-    struct Counters {
-        uint64_t posts = 0;
-        uint64_t waits = 0;
+    // The library has two semaphores; tests may make a few more.
+    static constexpr size_t kSlots = 64;
+
+    struct Slot {
+        std::atomic<sem_t*> sem{nullptr};
+        std::atomic<int64_t> outstanding{0};  // posts + 1 - waits
     };
 
-    bool WorkersIdleLocked() const;
-    void Changed();
+    Slot* Find(sem_t* sem);
+    void Add(int64_t delta);
 
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    uint64_t generation_ = 0;
-    std::map<sem_t*, Counters> counters_;  // initialised, not yet destroyed
+    std::array<Slot, kSlots> slots_;
+    std::atomic<int64_t> outstanding_{0};
+    std::atomic<int> waiters_{0};
+    std::mutex mutex_;  // slot changes, and waiting
+    std::condition_variable idle_;
+    std::atomic<void (*)()> hook_{nullptr};
 };
 
 }  // namespace Tarvo::Host

@@ -4,6 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <random>
 
 namespace Tarvo::Replay::Test {
 namespace {
@@ -87,6 +91,13 @@ TEST(TraceParserTest, RejectsMalformedLinesWithFileLineAndProblem)
     EXPECT_EQ(ErrorOf("@100 idle\n@99 idle\n"),
               "t.trace:2: time stamp 99 is earlier than the one before");
     EXPECT_EQ(ErrorOf("@-1 idle\n"), "t.trace:1: '@-1' is not a time stamp (@ and milliseconds)");
+    EXPECT_EQ(ErrorOf("@1e23 idle\n"),
+              "t.trace:1: '@1e23' is not a time stamp (@ and milliseconds)");
+    EXPECT_EQ(ErrorOf("@100000000000000000000000 idle\n"),
+              "t.trace:1: time stamp 100000000000000000000000 is too large (at most "
+              "1000000000000 ms)");
+    EXPECT_EQ(ErrorOf("@1000000000000.5 idle\n"),
+              "t.trace:1: time stamp 1000000000000.5 is too large (at most 1000000000000 ms)");
     EXPECT_EQ(ErrorOf("touch press 0 1 2 0\n"),
               "t.trace:1: 'press' is not a pointer action (down, move, up or a number)");
     EXPECT_EQ(ErrorOf("touch down 0 1 2 0,,1\n"),
@@ -113,6 +124,70 @@ TEST(TraceParserTest, StampsStartAfreshInEveryFileAndOutOfRangeFloatsSaturate)
     EXPECT_EQ(error, "/no/such/file.trace: cannot be read");
     EXPECT_FALSE(TraceParser::ParseFile("/", records, error));  // a directory
     EXPECT_EQ(error, "/: cannot be read");
+}
+
+TEST(TraceParserTest, NumbersReadExactlyAsStrtofReadsThem)
+{
+    std::mt19937 random(7);
+    std::string text;
+    std::vector<std::string> tokens;
+    for (int i = 0; i < 3000; ++i) {
+        char token[64];
+        const int digits = 1 + static_cast<int>(random() % 9);
+        std::snprintf(token, sizeof(token), "%s%.*fe%d", random() % 3 == 0 ? "-" : "", digits,
+                      static_cast<double>(random()) / 1e6, static_cast<int>(random() % 90) - 45);
+        tokens.push_back(token);
+        text += std::string("light ") + token + "\n";
+    }
+    for (const char* special : {"nan", "-inf", "+3.5", "0x1p-3", "1e-40", "3.4028236e38"}) {
+        tokens.push_back(special);
+        text += std::string("light ") + special + "\n";
+    }
+    const auto records = Parse(text);
+    ASSERT_EQ(records.size(), tokens.size());
+    for (size_t i = 0; i < tokens.size(); ++i) {
+        const float expected = std::strtof(tokens[i].c_str(), nullptr);
+        const float got = records[i].floats[0];
+        EXPECT_EQ(std::memcmp(&expected, &got, sizeof(float)), 0) << tokens[i];
+    }
+}
+
+TEST(TraceParserTest, ReadingRecordByRecordGivesWhatParsingTheWholeTextGives)
+{
+    const std::string text =
+        "# two files' worth\n@0 enable 3\n\n@1000000000000 acc 1 2 3\r\nsensor 7 1\n"
+        "touch down 0 1 2 0,1\nidle";
+    std::vector<TraceRecord> whole;
+    std::string error;
+    ASSERT_TRUE(TraceParser::ParseText("t.trace", text, whole, error)) << error;
+
+    std::FILE* file = std::tmpfile();
+    std::fputs(text.c_str(), file);
+    std::rewind(file);
+    TraceParser parser("t.trace", file);
+    TraceRecord record;
+    size_t count = 0;
+    while (parser.Next(record, error)) {
+        ASSERT_LT(count, whole.size());
+        EXPECT_EQ(record.kind, whole[count].kind);
+        EXPECT_EQ(record.line, whole[count].line);
+        EXPECT_EQ(record.stamp, whole[count].stamp);
+        EXPECT_EQ(record.floats, whole[count].floats);  // reused record, nothing left over
+        EXPECT_EQ(record.ids, whole[count].ids);
+        ++count;
+    }
+    EXPECT_EQ(error, "");
+    EXPECT_EQ(count, whole.size());
+    std::fclose(file);
+
+    file = std::tmpfile();
+    std::fputs("idle\nacc 1 2\n", file);
+    std::rewind(file);
+    TraceParser broken("b.trace", file);
+    EXPECT_TRUE(broken.Next(record, error));
+    EXPECT_FALSE(broken.Next(record, error));
+    EXPECT_EQ(error, "b.trace:2: acc needs 3 numbers, got 2");
+    std::fclose(file);
 }
 
 }  // namespace

@@ -8,12 +8,13 @@
 #include "plugin_loader.h"
 #include "replay_options.h"
 #include "replayer.h"
-#include "trace_parser.h"
+#include "trace_files.h"
 
 namespace {
 constexpr int kExitOk = 0;
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
+constexpr int kLastLogLevel = 7;  // fatal; above it nothing is written
 }  // namespace
 
 int main(int argc, char** argv)
@@ -34,13 +35,11 @@ int main(int argc, char** argv)
         return kExitOk;
     }
 
-    // Everything is parsed before anything runs.
-    std::vector<TraceRecord> records;
-    for (const std::string& trace : options.traces) {
-        if (!TraceParser::ParseFile(trace, records, error)) {
-            std::fprintf(stderr, "%s\n", error.c_str());
-            return kExitUsage;
-        }
+    // Everything is parsed before anything runs; records are read again while playing.
+    TraceFiles traces(options.traces);
+    if (!traces.Check(error)) {
+        std::fprintf(stderr, "%s\n", error.c_str());
+        return kExitUsage;
     }
 
     Tarvo::Host::HostPlatform::SetLogLevel(options.logLevel);
@@ -50,8 +49,14 @@ int main(int argc, char** argv)
         return kExitFailure;
     }
     OutputWriter writer(stdout, options.json);
-    Replayer replayer(plugin, writer, options.realtime, options.speed);
-    if (!replayer.Run(records, error)) {
+    ReplaySettings settings;
+    settings.realtime = options.realtime;
+    settings.speed = options.speed;
+    settings.syncEveryRecord = options.syncEveryRecord;
+    settings.stampedReports = options.json;
+    settings.logging = options.logLevel <= kLastLogLevel;
+    Replayer replayer(plugin, writer, settings);
+    if (!replayer.Run(traces, error)) {
         writer.Flush();
         std::fprintf(stderr, "quil-replay: %s\n", error.c_str());
         return kExitFailure;

@@ -18,6 +18,8 @@ const char* ReplayOptions::Usage()
            "                      debug, info, warn, error, fatal or off (default)\n"
            "  --json              print JSON Lines instead of text\n"
            "  --realtime[=SPEED]  pace records by their @MS time stamps (SPEED 1.0)\n"
+           "  --sync-every-record wait for the library after every record (slower; the\n"
+           "                      output is the same)\n"
            "  --plugin PATH       load this plug-in instead of the one beside the program\n"
            "  --help              show this help\n"
            "  --version           show the version\n"
@@ -67,7 +69,13 @@ bool ReplayOptions::Parse(const std::vector<std::string>& args, ReplayOptions& o
                     error = "--realtime needs a positive speed, got '" + speed + "'";
                     return false;
                 }
+                if (options.speed < kMinSpeed || options.speed > kMaxSpeed) {
+                    error = "--realtime speed '" + speed + "' is out of range (0.001 to 1000000)";
+                    return false;
+                }
             }
+        } else if (arg == "--sync-every-record") {
+            options.syncEveryRecord = true;
         } else if (arg == "--plugin") {
             if (++i == args.size()) {
                 error = "--plugin needs a path";

@@ -7,10 +7,15 @@
 namespace Tarvo::Replay {
 
 struct ReplayOptions {
+    // --realtime speeds outside this range could not pace the largest stamps.
+    static constexpr double kMinSpeed = 1e-3;
+    static constexpr double kMaxSpeed = 1e6;
+
     int logLevel = 8;  // platform log level: 3 debug .. 7 fatal, 8 off
     bool json = false;
     bool realtime = false;
     double speed = 1.0;
+    bool syncEveryRecord = false;
     bool help = false;
     bool version = false;
     std::string plugin;  // empty: next to the executable

@@ -9,18 +9,40 @@ namespace Tarvo::Replay {
 namespace {
 constexpr int kSettleTimeoutMs = 30000;
 constexpr double kNsPerMs = 1e6;
+constexpr size_t kMaxInFlight = 4096;
+constexpr size_t kSampleBatch = 256;
 }  // namespace
 
-Replayer::Replayer(const PluginLoader& plugin, OutputWriter& writer, bool realtime, double speed)
+Replayer::Replayer(const PluginLoader& plugin, OutputWriter& writer, const ReplaySettings& settings)
     : plugin_(plugin),
       writer_(writer),
       host_(std::make_shared<ReplayHostCallback>(writer)),
-      realtime_(realtime),
-      speed_(speed)
+      settings_(settings)
 {
 }
 
 bool Replayer::Run(const std::vector<TraceRecord>& records, std::string& error)
+{
+    class VectorSource : public RecordSource {
+    public:
+        explicit VectorSource(const std::vector<TraceRecord>& records) : records_(records) {}
+        bool Next(TraceRecord& record, std::string& /*error*/) override
+        {
+            if (next_ == records_.size()) {
+                return false;
+            }
+            record = records_[next_++];
+            return true;
+        }
+
+    private:
+        const std::vector<TraceRecord>& records_;
+        size_t next_ = 0;
+    } source(records);
+    return Run(source, error);
+}
+
+bool Replayer::Run(RecordSource& source, std::string& error)
 {
     using Host::HostPlatform;
     HostPlatform::WaitIdle(kSettleTimeoutMs);
@@ -30,25 +52,89 @@ bool Replayer::Run(const std::vector<TraceRecord>& records, std::string& error)
         return false;
     }
     algo->RegisterCallback(host_);
+    // Samples between two waits are delivered in bursts rather than one wake-up each.
+    HostPlatform::SetSampleBatch(settings_.realtime ? 1 : kSampleBatch);
+    pending_ = Channel::NONE;
+    inFlight_ = 0;
     const auto start = std::chrono::steady_clock::now();
-    for (const TraceRecord& record : records) {
-        if (realtime_ && record.stamp.has_value()) {
+    TraceRecord record;
+    bool ok = true;
+    while (ok && source.Next(record, error)) {
+        if (NeedsSync(record) && !Sync(error)) {
+            ok = false;
+            break;
+        }
+        if (settings_.realtime && record.stamp.has_value()) {
+            // Stamps and speeds are bounded when parsed, so this fits the clock.
             const auto due =
-                start + std::chrono::duration<double, std::milli>(*record.stamp / speed_);
-            std::this_thread::sleep_until(
-                std::chrono::time_point_cast<std::chrono::steady_clock::duration>(due));
+                start +
+                std::chrono::duration_cast<std::chrono::nanoseconds>(
+                    std::chrono::duration<double, std::milli>(*record.stamp / settings_.speed));
+            std::this_thread::sleep_until(due);
         }
-        host_->SetStamp(record.stamp);
+        if (record.stamp != stamp_) {
+            host_->SetStamp(record.stamp);
+            stamp_ = record.stamp;
+        }
         Play(*algo, record);
-        if (!HostPlatform::WaitIdle(kSettleTimeoutMs)) {
-            error = record.file + ":" + std::to_string(record.line) +
-                    ": the library did not finish handling this record";
-            return false;
-        }
+        lastFile_ = record.file;
+        lastLine_ = record.line;
+        pending_ = ChannelOf(record);
+        ++inFlight_;
     }
+    ok = ok && error.empty() && Sync(error);
     plugin_.Destroy(algo);
     HostPlatform::WaitIdle(kSettleTimeoutMs);
+    HostPlatform::SetSampleBatch(1);
     writer_.Flush();
+    return ok;
+}
+
+Replayer::Channel Replayer::ChannelOf(const TraceRecord& record)
+{
+    switch (record.kind) {
+        case RecordKind::SAMPLE:
+        case RecordKind::NULL_EVENT:
+            return Channel::SENSOR;
+        case RecordKind::TOUCH:
+        case RecordKind::TOUCH_NO_ITEM:
+            return Channel::POINTER;
+        default:
+            // Host calls, faults and device settings: synchronous, but they may start
+            // work on either worker, and work in flight must not see them early.
+            return Channel::OTHER;
+    }
+}
+
+bool Replayer::NeedsSync(const TraceRecord& record) const
+{
+    if (pending_ == Channel::NONE) {
+        return false;
+    }
+    if (settings_.syncEveryRecord || settings_.realtime || settings_.logging) {
+        return true;
+    }
+    const Channel channel = ChannelOf(record);
+    if (channel == Channel::OTHER || channel != pending_) {
+        return true;  // a host call or fault, or the other worker's turn
+    }
+    if (settings_.stampedReports && record.stamp != stamp_) {
+        return true;  // reports still to come must carry the earlier stamp
+    }
+    // Bounds the platform's queue and keeps the lag well inside its reused sample
+    // buffers.
+    return inFlight_ >= kMaxInFlight;
+}
+
+bool Replayer::Sync(std::string& error)
+{
+    pending_ = Channel::NONE;
+    inFlight_ = 0;
+    if (!Host::HostPlatform::WaitIdle(kSettleTimeoutMs)) {
+        error = lastFile_ + ":" + std::to_string(lastLine_) +
+                ": the library did not finish handling this record";
+        return false;
+    }
     return true;
 }
 
@@ -79,6 +165,7 @@ void Replayer::Play(Quil::IMotionAlgo& algo, const TraceRecord& record)
             writer_.HostCall("unregister", std::nullopt, algo.UnregisterCallback(), stamp);
             break;
         case RecordKind::SAMPLE:
+            // At most 1e12 ms (checked when parsed), so the nanoseconds fit.
             HostPlatform::InjectSample(record.value, record.floats,
                                        static_cast<int64_t>(stamp.value_or(0.0) * kNsPerMs));
             break;

@@ -1,9 +1,11 @@
-// Plays parsed records into the plug-in, one at a time: each record is played to
-// completion (every sample and touch it caused handled, every report printed) before
-// the next, which makes the output the same on every run.
+// Plays records into the plug-in. The output is the same on every run: before any
+// record whose output could otherwise come out in a different order, the replayer
+// waits until the library's workers have handled everything played so far.
 #pragma once
 
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,22 +16,45 @@
 
 namespace Tarvo::Replay {
 
+struct ReplaySettings {
+    bool realtime = false;
+    double speed = 1.0;
+    // Wait for the workers after every record, as a reference for the faster default.
+    bool syncEveryRecord = false;
+    // Reports carry the stamp of the record that caused them (JSON output).
+    bool stampedReports = false;
+    // Platform log lines are written: they come from the delivery threads and the
+    // workers alike, so every record is played to completion.
+    bool logging = false;
+};
+
 class Replayer {
 public:
-    Replayer(const PluginLoader& plugin, OutputWriter& writer, bool realtime, double speed);
+    Replayer(const PluginLoader& plugin, OutputWriter& writer, const ReplaySettings& settings);
 
-    // False (with `error`) when the library cannot be created or stops answering.
+    // False (with `error`) when the library cannot be created, stops answering, or the
+    // source fails.
+    bool Run(RecordSource& source, std::string& error);
     bool Run(const std::vector<TraceRecord>& records, std::string& error);
 
 private:
+    // Which worker a record's effects run on.
+    enum class Channel { NONE, SENSOR, POINTER, OTHER };
+
+    static Channel ChannelOf(const TraceRecord& record);
+    bool NeedsSync(const TraceRecord& record) const;
+    bool Sync(std::string& error);
     void Play(Quil::IMotionAlgo& algo, const TraceRecord& record);
-    void WaitUntilDue(const TraceRecord& record, const TraceRecord* previous);
 
     const PluginLoader& plugin_;
     OutputWriter& writer_;
     std::shared_ptr<ReplayHostCallback> host_;
-    bool realtime_;
-    double speed_;
+    ReplaySettings settings_;
+    Channel pending_ = Channel::NONE;  // where work may still be in flight
+    size_t inFlight_ = 0;              // records played since the last sync
+    std::optional<double> stamp_;      // of the last record played
+    std::string lastFile_;             // where the last record played came from
+    int lastLine_ = 0;
 };
 
 }  // namespace Tarvo::Replay

@@ -1,11 +1,14 @@
 #include "trace_parser.h"
 
+#include <sys/types.h>
+
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
-#include <sstream>
 
 namespace Tarvo::Replay {
 namespace {
@@ -13,8 +16,9 @@ namespace {
 // Parses the records of one line; throws nothing, reports through `problem`.
 class LineParser {
 public:
-    LineParser(std::vector<std::string> tokens, TraceRecord& record)
-        : tokens_(std::move(tokens)), record_(record)
+    // The record's words are tokens[first...].
+    LineParser(const std::vector<std::string>& tokens, size_t first, TraceRecord& record)
+        : tokens_(tokens), first_(first), record_(record)
     {
     }
 
@@ -28,8 +32,9 @@ private:
         problem = what;
         return false;
     }
-    const std::string& Keyword() const { return tokens_[0]; }
-    size_t ArgCount() const { return tokens_.size() - 1; }
+    const std::string& Keyword() const { return tokens_[first_]; }
+    size_t ArgCount() const { return tokens_.size() - first_ - 1; }
+    const std::string& Arg(size_t i) const { return tokens_[first_ + i]; }
     static std::string Plural(size_t n, const char* noun)
     {
         return std::to_string(n) + " " + noun + (n == 1 ? "" : "s");
@@ -50,7 +55,8 @@ private:
     bool Fault(std::string& problem);
     bool IntSetting(std::string& problem);
 
-    std::vector<std::string> tokens_;
+    const std::vector<std::string>& tokens_;
+    size_t first_;
     TraceRecord& record_;
 };
 
@@ -61,9 +67,9 @@ struct KeywordEntry {
 
 bool LineParser::Int(const std::string& token, int32_t& out, std::string& problem)
 {
-    size_t digits = (token[0] == '+' || token[0] == '-') ? 1 : 0;
-    if (digits == token.size() ||
-        token.find_first_not_of("0123456789", digits) != std::string::npos) {
+    const size_t digits = (token[0] == '+' || token[0] == '-') ? 1 : 0;
+    if (digits == token.size() || !std::all_of(token.begin() + digits, token.end(),
+                                               [](char c) { return c >= '0' && c <= '9'; })) {
         return Fail(problem, "'" + token + "' is not an integer");
     }
     errno = 0;
@@ -77,8 +83,17 @@ bool LineParser::Int(const std::string& token, int32_t& out, std::string& proble
 
 bool LineParser::Float(const std::string& token, float& out, std::string& problem)
 {
+    // Plain decimals take the fast, equally exact path; everything else (signs, hex,
+    // out-of-range values, which become ±inf or 0) goes to strtof.
+    const char* const last = token.data() + token.size();
+    if (token[0] != '+') {
+        const auto [ptr, ec] = std::from_chars(token.data(), last, out);
+        if (ec == std::errc{} && ptr == last) {
+            return true;
+        }
+    }
     char* end = nullptr;
-    out = std::strtof(token.c_str(), &end);  // out-of-range values become ±inf or 0
+    out = std::strtof(token.c_str(), &end);
     if (end == token.c_str() || *end != '\0') {
         return Fail(problem, "'" + token + "' is not a number");
     }
@@ -134,7 +149,7 @@ bool LineParser::ExpectArgs(size_t count, const char* what, std::string& problem
 
 bool LineParser::HostCallWithArg(std::string& problem)
 {
-    return ExpectArgs(1, "a motion type", problem) && Int(tokens_[1], record_.value, problem);
+    return ExpectArgs(1, "a motion type", problem) && Int(Arg(1), record_.value, problem);
 }
 
 bool LineParser::HostCall(std::string& problem)
@@ -162,7 +177,7 @@ bool LineParser::Sample(std::string& problem)
         if (ArgCount() < 2) {
             return Fail(problem, "sensor needs a sensor type id and at least 1 number");
         }
-        if (!Int(tokens_[1], record_.value, problem)) {
+        if (!Int(Arg(1), record_.value, problem)) {
             return false;
         }
         first = 2;
@@ -171,9 +186,9 @@ bool LineParser::Sample(std::string& problem)
         return Fail(problem, Keyword() + " needs " + Plural(needed, "number") + ", got " +
                                  std::to_string(ArgCount()));
     }
-    for (size_t i = first; i < tokens_.size(); ++i) {
+    for (size_t i = first; i <= ArgCount(); ++i) {
         float value = 0.0F;
-        if (!Float(tokens_[i], value, problem)) {
+        if (!Float(Arg(i), value, problem)) {
             return false;
         }
         record_.floats.push_back(value);
@@ -187,9 +202,9 @@ bool LineParser::Touch(std::string& problem)
         return Fail(problem,
                     "touch needs ACTION ID X Y IDS, got " + Plural(ArgCount(), "argument"));
     }
-    return Action(tokens_[1], record_.action, problem) &&
-           Int(tokens_[2], record_.pointerId, problem) && Int(tokens_[3], record_.x, problem) &&
-           Int(tokens_[4], record_.y, problem) && IdList(tokens_[5], record_.ids, problem);
+    return Action(Arg(1), record_.action, problem) && Int(Arg(2), record_.pointerId, problem) &&
+           Int(Arg(3), record_.x, problem) && Int(Arg(4), record_.y, problem) &&
+           IdList(Arg(5), record_.ids, problem);
 }
 
 bool LineParser::TouchNoItem(std::string& problem)
@@ -198,14 +213,14 @@ bool LineParser::TouchNoItem(std::string& problem)
         return Fail(problem,
                     "touch-noitem needs ACTION ID IDS, got " + Plural(ArgCount(), "argument"));
     }
-    return Action(tokens_[1], record_.action, problem) &&
-           Int(tokens_[2], record_.pointerId, problem) && IdList(tokens_[3], record_.ids, problem);
+    return Action(Arg(1), record_.action, problem) && Int(Arg(2), record_.pointerId, problem) &&
+           IdList(Arg(3), record_.ids, problem);
 }
 
 bool LineParser::DeviceSensors(std::string& problem)
 {
     return ExpectArgs(1, "a list of sensor type ids", problem) &&
-           IdList(tokens_[1], record_.ids, problem);
+           IdList(Arg(1), record_.ids, problem);
 }
 
 bool LineParser::Fault(std::string& problem)
@@ -213,9 +228,9 @@ bool LineParser::Fault(std::string& problem)
     if (ArgCount() < 1 || ArgCount() > 2) {
         return Fail(problem, Keyword() + " needs CALL [ID], got " + Plural(ArgCount(), "argument"));
     }
-    auto call = Host::SensorCallFromName(tokens_[1]);
+    auto call = Host::SensorCallFromName(Arg(1));
     if (!call.has_value()) {
-        return Fail(problem, "unknown sensor service call '" + tokens_[1] +
+        return Fail(problem, "unknown sensor service call '" + Arg(1) +
                                  "' (GetAllSensors, SubscribeSensor, SetBatch, ActivateSensor, "
                                  "DeactivateSensor, UnsubscribeSensor)");
     }
@@ -225,7 +240,7 @@ bool LineParser::Fault(std::string& problem)
             return Fail(problem, "GetAllSensors takes no sensor id");
         }
         int32_t id = 0;
-        if (!Int(tokens_[2], id, problem)) {
+        if (!Int(Arg(2), id, problem)) {
             return false;
         }
         record_.callSensor = id;
@@ -235,7 +250,7 @@ bool LineParser::Fault(std::string& problem)
 
 bool LineParser::IntSetting(std::string& problem)
 {
-    return ExpectArgs(1, "an integer", problem) && Int(tokens_[1], record_.value, problem);
+    return ExpectArgs(1, "an integer", problem) && Int(Arg(1), record_.value, problem);
 }
 
 bool LineParser::Parse(std::string& problem)
@@ -269,36 +284,125 @@ bool LineParser::Parse(std::string& problem)
     return (this->*entry->second.handler)(problem);
 }
 
-std::vector<std::string> Tokenize(const std::string& line)
+enum class LineResult { RECORD, BLANK, ERROR };
+
+// Splits `line` at blanks and tabs into `tokens`, reusing its strings.
+void Tokenize(const std::string& line, std::vector<std::string>& tokens)
 {
-    std::vector<std::string> tokens;
+    auto blank = [](char c) { return c == ' ' || c == '\t'; };
+    size_t count = 0;
     size_t pos = 0;
     while (pos < line.size()) {
-        const size_t start = line.find_first_not_of(" \t", pos);
-        if (start == std::string::npos) {
+        while (pos < line.size() && blank(line[pos])) {
+            ++pos;
+        }
+        if (pos == line.size()) {
             break;
         }
-        const size_t end = line.find_first_of(" \t", start);
-        tokens.push_back(line.substr(start, end == std::string::npos ? end : end - start));
-        pos = end == std::string::npos ? line.size() : end;
+        const size_t start = pos;
+        while (pos < line.size() && !blank(line[pos])) {
+            ++pos;
+        }
+        if (count == tokens.size()) {
+            tokens.emplace_back();
+        }
+        tokens[count++].assign(line, start, pos - start);
     }
-    return tokens;
+    tokens.resize(count);
 }
 
 // "@MS": a non-negative decimal number of milliseconds.
 bool ParseStamp(const std::string& token, double& stamp)
 {
-    const std::string number = token.substr(1);
-    const size_t dot = number.find('.');
-    const std::string whole = number.substr(0, dot);
-    const std::string fraction = dot == std::string::npos ? "0" : number.substr(dot + 1);
-    if (whole.empty() || fraction.empty() ||
-        whole.find_first_not_of("0123456789") != std::string::npos ||
-        fraction.find_first_not_of("0123456789") != std::string::npos) {
+    // Digits, then optionally a dot and more digits: no sign, no exponent.
+    auto digitsFrom = [&token](size_t pos) {
+        size_t end = pos;
+        while (end < token.size() && token[end] >= '0' && token[end] <= '9') {
+            ++end;
+        }
+        return end;
+    };
+    size_t end = digitsFrom(1);
+    if (end == 1) {
         return false;
     }
-    stamp = std::strtod(number.c_str(), nullptr);
+    if (end < token.size() && token[end] == '.') {
+        const size_t fractionEnd = digitsFrom(end + 1);
+        if (fractionEnd == end + 1) {
+            return false;
+        }
+        end = fractionEnd;
+    }
+    if (end != token.size()) {
+        return false;
+    }
+    // Plain decimals: from_chars rounds exactly as strtod does.
+    const auto [ptr, ec] = std::from_chars(token.data() + 1, token.data() + end, stamp);
+    (void)ptr;
+    if (ec != std::errc{}) {
+        stamp = std::strtod(token.c_str() + 1, nullptr);
+    }
     return std::isfinite(stamp);
+}
+
+// Parses one raw line (newline removed, changed in place) into `record`; `tokens` is
+// scratch space kept from line to line.
+LineResult ParseLine(const std::string& name, int number, std::string& line,
+                     std::optional<double>& lastStamp, TraceRecord& record,
+                     std::vector<std::string>& tokens, std::string& error)
+{
+    if (!line.empty() && line.back() == '\r') {
+        line.pop_back();
+    }
+    const size_t comment = line.find('#');
+    if (comment != std::string::npos) {
+        line.resize(comment);
+    }
+    Tokenize(line, tokens);
+    if (tokens.empty()) {
+        return LineResult::BLANK;
+    }
+    auto fail = [&](const std::string& problem) {
+        error = name + ":" + std::to_string(number) + ": " + problem;
+        return LineResult::ERROR;
+    };
+    // Field by field, so a reused record keeps its storage.
+    std::vector<float> floats = std::move(record.floats);
+    std::vector<int32_t> ids = std::move(record.ids);
+    std::string file = std::move(record.file);
+    record = TraceRecord{};
+    record.floats = std::move(floats);
+    record.floats.clear();
+    record.ids = std::move(ids);
+    record.ids.clear();
+    record.file = std::move(file);
+    record.file = name;
+    record.line = number;
+    size_t first = 0;
+    if (tokens[0][0] == '@') {
+        double stamp = 0.0;
+        if (!ParseStamp(tokens[0], stamp)) {
+            return fail("'" + tokens[0] + "' is not a time stamp (@ and milliseconds)");
+        }
+        if (stamp > TraceParser::kMaxStampMs) {
+            return fail("time stamp " + tokens[0].substr(1) +
+                        " is too large (at most 1000000000000 ms)");
+        }
+        if (lastStamp.has_value() && stamp < *lastStamp) {
+            return fail("time stamp " + tokens[0].substr(1) + " is earlier than the one before");
+        }
+        lastStamp = stamp;
+        record.stamp = stamp;
+        first = 1;
+        if (tokens.size() == 1) {
+            return fail("a time stamp needs a record after it");
+        }
+    }
+    std::string problem;
+    if (!LineParser(tokens, first, record).Parse(problem)) {
+        return fail(problem);
+    }
+    return LineResult::RECORD;
 }
 
 }  // namespace
@@ -307,45 +411,22 @@ bool TraceParser::ParseText(const std::string& name, const std::string& text,
                             std::vector<TraceRecord>& records, std::string& error)
 {
     std::optional<double> lastStamp;
-    std::istringstream input(text);
-    std::string line;
-    for (int number = 1; std::getline(input, line); ++number) {
-        if (!line.empty() && line.back() == '\r') {
-            line.pop_back();
-        }
-        line = line.substr(0, line.find('#'));
-        std::vector<std::string> tokens = Tokenize(line);
-        if (tokens.empty()) {
-            continue;
-        }
-        auto fail = [&](const std::string& problem) {
-            error = name + ":" + std::to_string(number) + ": " + problem;
-            return false;
-        };
+    std::vector<std::string> tokens;
+    size_t start = 0;
+    for (int number = 1; start < text.size(); ++number) {
+        const size_t end = std::min(text.find('\n', start), text.size());
         TraceRecord record;
-        record.file = name;
-        record.line = number;
-        if (tokens[0][0] == '@') {
-            double stamp = 0.0;
-            if (!ParseStamp(tokens[0], stamp)) {
-                return fail("'" + tokens[0] + "' is not a time stamp (@ and milliseconds)");
-            }
-            if (lastStamp.has_value() && stamp < *lastStamp) {
-                return fail("time stamp " + tokens[0].substr(1) +
-                            " is earlier than the one before");
-            }
-            lastStamp = stamp;
-            record.stamp = stamp;
-            tokens.erase(tokens.begin());
-            if (tokens.empty()) {
-                return fail("a time stamp needs a record after it");
-            }
+        std::string line = text.substr(start, end - start);
+        switch (ParseLine(name, number, line, lastStamp, record, tokens, error)) {
+            case LineResult::ERROR:
+                return false;
+            case LineResult::RECORD:
+                records.push_back(std::move(record));
+                break;
+            case LineResult::BLANK:
+                break;
         }
-        std::string problem;
-        if (!LineParser(std::move(tokens), record).Parse(problem)) {
-            return fail(problem);
-        }
-        records.push_back(std::move(record));
+        start = end + 1;
     }
     return true;
 }
@@ -353,27 +434,58 @@ bool TraceParser::ParseText(const std::string& name, const std::string& text,
 bool TraceParser::ParseFile(const std::string& path, std::vector<TraceRecord>& records,
                             std::string& error)
 {
-    // stdio rather than streams: reading a directory or a failing device is an error to
-    // report, not an exception.
     std::FILE* file = path == "-" ? stdin : std::fopen(path.c_str(), "rb");
-    std::string text;
-    bool readable = file != nullptr;
-    if (readable) {
-        char buffer[65536];
-        size_t got = 0;
-        while ((got = std::fread(buffer, 1, sizeof(buffer), file)) > 0) {
-            text.append(buffer, got);
-        }
-        readable = std::ferror(file) == 0;
-        if (file != stdin) {
-            std::fclose(file);
-        }
-    }
-    if (!readable) {
+    if (file == nullptr) {
         error = path + ": cannot be read";
         return false;
     }
-    return ParseText(path, text, records, error);
+    TraceParser parser(path, file);
+    TraceRecord record;
+    while (parser.Next(record, error)) {
+        records.push_back(record);
+    }
+    if (file != stdin) {
+        std::fclose(file);
+    }
+    return error.empty();
+}
+
+TraceParser::TraceParser(std::string name, std::FILE* file) : name_(std::move(name)), file_(file)
+{
+}
+
+TraceParser::~TraceParser()
+{
+    std::free(buffer_);
+}
+
+bool TraceParser::Next(TraceRecord& record, std::string& error)
+{
+    error.clear();
+    for (;;) {
+        const ssize_t got = getline(&buffer_, &capacity_, file_);
+        if (got < 0) {
+            // stdio rather than streams: reading a directory or a failing device is an
+            // error to report, not an exception.
+            if (std::ferror(file_) != 0) {
+                error = name_ + ": cannot be read";
+            }
+            return false;
+        }
+        ++line_;
+        text_.assign(buffer_, static_cast<size_t>(got));
+        if (!text_.empty() && text_.back() == '\n') {
+            text_.pop_back();
+        }
+        switch (ParseLine(name_, line_, text_, lastStamp_, record, tokens_, error)) {
+            case LineResult::ERROR:
+                return false;
+            case LineResult::RECORD:
+                return true;
+            case LineResult::BLANK:
+                break;
+        }
+    }
 }
 
 }  // namespace Tarvo::Replay

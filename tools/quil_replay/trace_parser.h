@@ -1,7 +1,10 @@
-// Turns trace text into records. The whole input is checked before anything runs; the
-// first problem is reported as "FILE:LINE: what is wrong".
+// Turns trace text into records, either all at once or one record at a time from an
+// open file (a long trace is then never held in memory). The first problem is reported
+// as "FILE:LINE: what is wrong".
 #pragma once
 
+#include <cstdio>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,6 +14,9 @@ namespace Tarvo::Replay {
 
 class TraceParser {
 public:
+    // Larger stamps could not be turned into nanoseconds or a pacing delay.
+    static constexpr double kMaxStampMs = 1e12;
+
     // Parses `text` (named `name` in messages) and appends its records. On error
     // returns false with `error` set; `records` then holds what came before.
     static bool ParseText(const std::string& name, const std::string& text,
@@ -18,6 +24,26 @@ public:
     // Reads `path` ("-" for standard input) and parses it.
     static bool ParseFile(const std::string& path, std::vector<TraceRecord>& records,
                           std::string& error);
+
+    // Reads records one at a time from `file` (not owned), named `name` in messages.
+    TraceParser(std::string name, std::FILE* file);
+    ~TraceParser();
+    TraceParser(const TraceParser&) = delete;
+    TraceParser& operator=(const TraceParser&) = delete;
+
+    // The next record; false at the end of the file (`error` empty) or on a problem
+    // (`error` set).
+    bool Next(TraceRecord& record, std::string& error);
+
+private:
+    std::string name_;
+    std::FILE* file_;
+    int line_ = 0;
+    std::optional<double> lastStamp_;
+    char* buffer_ = nullptr;  // getline's
+    size_t capacity_ = 0;
+    std::string text_;                 // the current line
+    std::vector<std::string> tokens_;  // its words
 };
 
 }  // namespace Tarvo::Replay

@@ -46,4 +46,12 @@ struct TraceRecord {
     std::optional<int32_t> callSensor;  // fail / heal
 };
 
+// Where a replay takes its records from, one at a time.
+class RecordSource {
+public:
+    virtual ~RecordSource() = default;
+    // The next record; false at the end (`error` empty) or on a failure (`error` set).
+    virtual bool Next(TraceRecord& record, std::string& error) = 0;
+};
+
 }  // namespace Tarvo::Replay

@@ -1,0 +1,40 @@
+// The trace files of one run, read twice: once to check every line before anything
+// runs, then record by record while playing, so memory does not grow with the trace.
+// Standard input, which cannot be read twice, is kept in a temporary file.
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "trace_parser.h"
+#include "trace_record.h"
+
+namespace Tarvo::Replay {
+
+class TraceFiles : public RecordSource {
+public:
+    explicit TraceFiles(std::vector<std::string> paths);
+    ~TraceFiles() override;
+    TraceFiles(const TraceFiles&) = delete;
+    TraceFiles& operator=(const TraceFiles&) = delete;
+
+    // Parses every file to the end; false with the first problem in `error`.
+    bool Check(std::string& error);
+    // Records of all files in order, after a successful Check.
+    bool Next(TraceRecord& record, std::string& error) override;
+
+private:
+    std::FILE* Open(const std::string& path);
+    void Close(std::FILE* file);
+    bool OpenNext(std::string& error);
+
+    std::vector<std::string> paths_;
+    std::FILE* stdinCopy_ = nullptr;
+    size_t next_ = 0;  // index of the file after the one being read
+    std::FILE* current_ = nullptr;
+    std::unique_ptr<TraceParser> parser_;
+};
+
+}  // namespace Tarvo::Replay
