@@ -83,9 +83,12 @@ int PointerInputConnection::SubscribePointerInput()
         // One monitor per connection: a second would deliver every event twice.
         MMI::InputManager::GetInstance()->RemoveMonitor(monitorId_);
     }
-    std::weak_ptr<Channel> weak = channel_;
+    // A plain pointer: the monitor is removed (and a delivery in flight waited out)
+    // before the channel can go, and a small trivially copyable capture keeps the
+    // service's copies of the monitor off the heap.
+    Channel* channel = channel_.get();
     monitorId_ = MMI::InputManager::GetInstance()->AddMonitor(
-        [weak](std::shared_ptr<MMI::PointerEvent> pointerEvent) {
+        [channel](std::shared_ptr<MMI::PointerEvent> pointerEvent) {
             QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "operator()", "enter");
             if (pointerEvent == nullptr) {
                 return;
@@ -105,9 +108,7 @@ int PointerInputConnection::SubscribePointerInput()
                 QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "operator()", "%{public}s",
                          event.Dump().c_str());
             }
-            if (std::shared_ptr<Channel> channel = weak.lock()) {
-                channel->Push(std::move(event));
-            }
+            channel->Push(std::move(event));
         });
     monitored_ = true;
     // Only -2 is the service's "illegal" answer; other ids, negative ones included,

@@ -95,10 +95,10 @@ public:
     /// \param timestampNs the sample's time stamp, in nanoseconds.
     static void InjectSample(int32_t sensorTypeId, const std::vector<float>& values,
                              int64_t timestampNs = 0);
-    /// Lets up to `samples` injected samples wait before the service's thread is woken
-    /// to deliver them (1, the default: each at once). WaitIdle delivers what waits. A
-    /// replay host that injects faster than the library takes samples saves a wake-up
-    /// per sample this way.
+    /// Lets injected samples wait before the service's thread is woken to deliver
+    /// them. WaitIdle delivers what waits. A replay host that injects faster than the
+    /// library takes samples saves a wake-up per sample this way.
+    /// \param samples how many may wait (1, the default: each is delivered at once).
     static void SetSampleBatch(size_t samples);
     /// Call every subscriber's callback of every active sensor with a null event,
     /// once per subscriber record.
