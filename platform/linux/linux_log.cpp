@@ -61,7 +61,7 @@ void LinuxLog::Print(int level, unsigned int domain, const char* tag, const char
 
 void LinuxLog::Write(int level, const std::string& message)
 {
-    if (IsLoggable(level)) {
+    if (IsDeviceLineLoggable(level)) {
         Emit(level, kPlatformDomain, "LinuxPlatform", message);
     }
 }

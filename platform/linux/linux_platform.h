@@ -47,7 +47,9 @@ public:
     // Touch positions are scaled from the device's axis ranges to this size.
     static void SetDisplaySize(DisplaySize size);
 
-    // Lines at `level` and above (3 debug .. 7 fatal, 8 none) are written; default 5.
+    // The library's lines at `level` and above (3 debug .. 7 fatal, 8 none, the
+    // default) are written. The layer's own warnings and errors about the device are
+    // written at every level.
     static void SetLogLevel(int level);
     static void SetLogDestination(LogDestination destination);
     // Written lines go to `sink` instead (formatted as on standard error); an empty
