@@ -1,0 +1,36 @@
+# Imports RECORDING (a path under ROOT) with IMPORT, replays the trace with REPLAY and
+# compares what the host observes with ROOT/expected/RECORDING.expected; with
+# -DUPDATE=ON writes that file instead. An evemu .events file is imported after the
+# .desc that shares the part of its name before the first dot.
+get_filename_component(dir ${ROOT}/${RECORDING} DIRECTORY)
+get_filename_component(file ${RECORDING} NAME)
+set(inputs ${RECORDING})
+if(file MATCHES "^([^.]+)\\..*\\.events$")
+  file(RELATIVE_PATH desc ${ROOT} ${dir}/${CMAKE_MATCH_1}.desc)
+  set(inputs ${desc} ${RECORDING})
+endif()
+set(trace ${OUT}/${RECORDING}.trace)
+get_filename_component(trace_dir ${trace} DIRECTORY)
+file(MAKE_DIRECTORY ${trace_dir})
+execute_process(COMMAND ${IMPORT} ${inputs} WORKING_DIRECTORY ${ROOT}
+                OUTPUT_FILE ${trace} ERROR_VARIABLE import_err RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "quil-import ${inputs}: exit status ${rc}\n${import_err}")
+endif()
+execute_process(COMMAND ${REPLAY} ${trace} OUTPUT_VARIABLE out ERROR_VARIABLE err
+                RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "quil-replay ${trace}: exit status ${rc}\n${err}")
+endif()
+set(expected_file ${ROOT}/expected/${RECORDING}.expected)
+if(UPDATE)
+  file(WRITE ${expected_file} "${out}")
+  return()
+endif()
+if(NOT EXISTS ${expected_file})
+  message(FATAL_ERROR "${expected_file} is missing (scripts/update-recording-goldens.sh)")
+endif()
+file(READ ${expected_file} expected)
+if(NOT out STREQUAL expected)
+  message(FATAL_ERROR "standard output differs from ${expected_file}\n--- got\n${out}---")
+endif()

@@ -1,0 +1,494 @@
+#include "csv_reader.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <cstdlib>
+#include <vector>
+
+namespace Tarvo::Import {
+namespace {
+
+constexpr float kStandardGravity = 9.80665F;
+constexpr size_t kLookaheadRows = 64;
+// Median magnitudes below this are taken as g: at rest a phone reads 1 g or 9.8 m/s².
+constexpr double kMagnitudeSplit = 4.0;
+
+struct Row {
+    int line = 0;
+    std::vector<std::string> cells;
+};
+
+std::string Trim(const std::string& text)
+{
+    size_t begin = 0;
+    size_t end = text.size();
+    while (begin < end && std::isspace(static_cast<unsigned char>(text[begin]))) {
+        ++begin;
+    }
+    while (end > begin && std::isspace(static_cast<unsigned char>(text[end - 1]))) {
+        --end;
+    }
+    std::string out = text.substr(begin, end - begin);
+    if (out.size() >= 2 && out.front() == '"' && out.back() == '"') {
+        out = out.substr(1, out.size() - 2);
+    }
+    return out;
+}
+
+std::vector<std::string> Split(const std::string& line, char delimiter)
+{
+    std::vector<std::string> cells;
+    if (delimiter == ' ') {
+        size_t i = 0;
+        while (i < line.size()) {
+            while (i < line.size() && std::isspace(static_cast<unsigned char>(line[i]))) {
+                ++i;
+            }
+            const size_t start = i;
+            while (i < line.size() && !std::isspace(static_cast<unsigned char>(line[i]))) {
+                ++i;
+            }
+            if (i > start) {
+                cells.push_back(line.substr(start, i - start));
+            }
+        }
+        return cells;
+    }
+    size_t start = 0;
+    while (true) {
+        const size_t end = line.find(delimiter, start);
+        cells.push_back(Trim(line.substr(start, end == std::string::npos ? end : end - start)));
+        if (end == std::string::npos) {
+            return cells;
+        }
+        start = end + 1;
+    }
+}
+
+bool ParseNumber(const std::string& text, double& value)
+{
+    if (text.empty()) {
+        return false;
+    }
+    char* end = nullptr;
+    value = std::strtod(text.c_str(), &end);
+    return end == text.c_str() + text.size();
+}
+
+std::string Lower(std::string text)
+{
+    for (char& c : text) {
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    }
+    return text;
+}
+
+bool Contains(const std::string& text, const char* part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+bool EndsWith(const std::string& text, const std::string& suffix)
+{
+    return text.size() >= suffix.size() &&
+           text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
+}
+
+// The unit a column name states, as a suffix ("time_ns", "x (g)", "acc_x[m/s^2]").
+std::optional<TimeUnit> TimeUnitOfName(const std::string& name)
+{
+    const std::string n = Lower(name);
+    for (const char* s : {"(ns)", "[ns]", "_ns", " ns", "nano"}) {
+        if (Contains(n, s)) {
+            return TimeUnit::NS;
+        }
+    }
+    for (const char* s : {"(us)", "[us]", "_us", " us", "micro", "(µs)", "[µs]"}) {
+        if (Contains(n, s)) {
+            return TimeUnit::US;
+        }
+    }
+    for (const char* s : {"(ms)", "[ms]", "_ms", " ms", "milli"}) {
+        if (Contains(n, s)) {
+            return TimeUnit::MS;
+        }
+    }
+    for (const char* s : {"(s)", "[s]", "_s", " s", "sec"}) {
+        if (Contains(n, s) || EndsWith(n, std::string(s))) {
+            return TimeUnit::S;
+        }
+    }
+    if (n == "ns" || n == "us" || n == "ms" || n == "s") {
+        return n == "ns"   ? TimeUnit::NS
+               : n == "us" ? TimeUnit::US
+               : n == "ms" ? TimeUnit::MS
+                           : TimeUnit::S;
+    }
+    return std::nullopt;
+}
+
+std::optional<AccUnit> AccUnitOfName(const std::string& name)
+{
+    const std::string n = Lower(name);
+    for (const char* s : {"m/s", "ms2", "ms^2", "ms-2", "ms^-2", "mps2", "m s-2"}) {
+        if (Contains(n, s)) {
+            return AccUnit::MS2;
+        }
+    }
+    for (const char* s : {"(g)", "[g]", "_g", " g", "-g", "(gs)", "in g"}) {
+        if (Contains(n, s) && (EndsWith(n, std::string(s)) || s[0] == '(' || s[0] == '[')) {
+            return AccUnit::G;
+        }
+    }
+    return std::nullopt;
+}
+
+// The name without its unit: "acc_x (m/s^2)" -> "acc_x", "x_g" -> "x".
+std::string BaseName(const std::string& name)
+{
+    std::string n = Lower(name);
+    for (const char* cut : {"(", "[", "m/s"}) {
+        const size_t at = n.find(cut);
+        if (at != std::string::npos) {
+            n = n.substr(0, at);
+        }
+    }
+    n = Trim(n);
+    for (const char* suffix : {"_g", " g", "-g", "_ms2", "_mps2", "_ms", "_ns", "_us", "_s"}) {
+        if (EndsWith(n, suffix) && n.size() > std::string(suffix).size()) {
+            n = n.substr(0, n.size() - std::string(suffix).size());
+            break;
+        }
+    }
+    std::string alnum;
+    for (char c : n) {
+        if (std::isalnum(static_cast<unsigned char>(c))) {
+            alnum += c;
+        }
+    }
+    return alnum;
+}
+
+bool IsOtherSensor(const std::string& base)
+{
+    for (const char* other : {"gyro", "mag", "rot", "orient", "linear", "grav", "quat", "angle",
+                              "gps", "lat", "lon", "pitch", "roll", "azimuth", "step"}) {
+        if (Contains(base, other)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool MapHeader(const Row& header, CsvReader::Layout& layout, std::optional<TimeUnit>& timeUnit,
+               std::optional<AccUnit>& accUnit, const std::string& name, std::string& error)
+{
+    layout.time = layout.x = layout.y = layout.z = -1;
+    int axisScore[3] = {0, 0, 0};
+    for (size_t i = 0; i < header.cells.size(); ++i) {
+        const int column = static_cast<int>(i);
+        const std::string base = BaseName(header.cells[i]);
+        if (base.empty()) {
+            continue;
+        }
+        if (Contains(base, "prox")) {
+            layout.prox = layout.prox < 0 ? column : layout.prox;
+        } else if (Contains(base, "light") || Contains(base, "lux") || Contains(base, "illum")) {
+            layout.light = layout.light < 0 ? column : layout.light;
+        } else if (Contains(base, "time") || Contains(base, "stamp") || base == "t" ||
+                   base == "ts" || base == "ns" || base == "ms" || base == "us" || base == "s" ||
+                   base == "sec" || base == "seconds") {
+            if (layout.time < 0) {
+                layout.time = column;
+                timeUnit = TimeUnitOfName(header.cells[i]);
+            }
+        } else if (!IsOtherSensor(base)) {
+            const char last = base.back();
+            const int axis = last == 'x' ? 0 : last == 'y' ? 1 : last == 'z' ? 2 : -1;
+            if (axis < 0) {
+                continue;
+            }
+            // Prefer columns that say they are acceleration, when several end in x/y/z.
+            const int score = Contains(base, "acc") ? 2 : 1;
+            if (score > axisScore[axis]) {
+                axisScore[axis] = score;
+                (axis == 0 ? layout.x : axis == 1 ? layout.y : layout.z) = column;
+                if (auto unit = AccUnitOfName(header.cells[i])) {
+                    accUnit = unit;
+                }
+            }
+        }
+    }
+    const char* missing = layout.time < 0 ? "time"
+                          : layout.x < 0  ? "x"
+                          : layout.y < 0  ? "y"
+                          : layout.z < 0  ? "z"
+                                          : nullptr;
+    if (missing != nullptr) {
+        error = name + ":" + std::to_string(header.line) + ": the header names no " + missing +
+                " column";
+        return false;
+    }
+    return true;
+}
+
+TimeUnit UnitFromSpacing(double spacing)
+{
+    // Sensor logs sample at 1 Hz to 1 kHz: the raw spacing falls in one band per unit.
+    if (spacing <= 0.5) {
+        return TimeUnit::S;
+    }
+    if (spacing <= 500.0) {
+        return TimeUnit::MS;
+    }
+    if (spacing <= 5e5) {
+        return TimeUnit::US;
+    }
+    return TimeUnit::NS;
+}
+
+double MsPerUnit(TimeUnit unit)
+{
+    switch (unit) {
+        case TimeUnit::S:
+            return 1000.0;
+        case TimeUnit::MS:
+            return 1.0;
+        case TimeUnit::US:
+            return 1e-3;
+        case TimeUnit::NS:
+            break;
+    }
+    return 1e-6;
+}
+
+double Median(std::vector<double> values)
+{
+    if (values.empty()) {
+        return 0.0;
+    }
+    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
+    return values[values.size() / 2];
+}
+
+}  // namespace
+
+const char* TimeUnitName(TimeUnit unit)
+{
+    switch (unit) {
+        case TimeUnit::S:
+            return "s";
+        case TimeUnit::MS:
+            return "ms";
+        case TimeUnit::US:
+            return "us";
+        case TimeUnit::NS:
+            break;
+    }
+    return "ns";
+}
+
+const char* AccUnitName(AccUnit unit)
+{
+    return unit == AccUnit::G ? "g" : "m/s^2";
+}
+
+bool CsvReader::Read(std::istream& in, const std::string& name, const Options& options,
+                     const LayoutSink& onLayout, const SampleSink& onSample, Counts& counts,
+                     std::string& error)
+{
+    Layout layout;
+    std::optional<TimeUnit> headerTime;
+    std::optional<AccUnit> headerAcc;
+    std::vector<Row> lookahead;
+    bool haveDelimiter = false;
+    bool decided = false;
+    int lineNumber = 0;
+    std::string text;
+
+    double firstTime = 0.0;
+    double lastTime = 0.0;
+    bool anySample = false;
+    float scale = 1.0F;
+
+    auto fail = [&](int line, const std::string& problem) {
+        error = name + ":" + std::to_string(line) + ": " + problem;
+        return false;
+    };
+    auto number = [&](const Row& row, int column, const char* what, double& value) {
+        if (!ParseNumber(row.cells[static_cast<size_t>(column)], value)) {
+            return fail(row.line, std::string(what) + " is not a number: '" +
+                                      row.cells[static_cast<size_t>(column)] + "'");
+        }
+        return true;
+    };
+    auto emit = [&](const Row& row) {
+        if (static_cast<int>(row.cells.size()) <=
+            std::max({layout.time, layout.x, layout.y, layout.z})) {
+            return fail(
+                row.line,
+                "expected at least " +
+                    std::to_string(std::max({layout.time, layout.x, layout.y, layout.z}) + 1) +
+                    " columns, got " + std::to_string(row.cells.size()));
+        }
+        double t = 0.0;
+        double v[3] = {0.0, 0.0, 0.0};
+        if (!number(row, layout.time, "time", t) || !number(row, layout.x, "x", v[0]) ||
+            !number(row, layout.y, "y", v[1]) || !number(row, layout.z, "z", v[2])) {
+            return false;
+        }
+        if (!std::isfinite(t)) {
+            return fail(row.line, "time is not finite");
+        }
+        SensorSample sample;
+        for (int c : {layout.prox, layout.light}) {
+            double value = 0.0;
+            if (c >= 0 && c < static_cast<int>(row.cells.size()) &&
+                !row.cells[static_cast<size_t>(c)].empty()) {
+                if (!number(row, c, c == layout.prox ? "proximity" : "light", value)) {
+                    return false;
+                }
+                (c == layout.prox ? sample.prox : sample.light) = static_cast<float>(value);
+            }
+        }
+        // A sensor that has not started yet reads exactly zero on every axis; a running
+        // accelerometer never does, since gravity is always there.
+        if (v[0] == 0.0 && v[1] == 0.0 && v[2] == 0.0) {
+            ++counts.blank;
+            return true;
+        }
+        if (!anySample) {
+            anySample = true;
+            firstTime = lastTime = t;
+        } else if (t < lastTime) {
+            ++counts.backwards;
+            return true;
+        }
+        lastTime = t;
+        sample.timeMs = (t - firstTime) * MsPerUnit(layout.timeUnit);
+        sample.x = static_cast<float>(v[0]) * scale;
+        sample.y = static_cast<float>(v[1]) * scale;
+        sample.z = static_cast<float>(v[2]) * scale;
+        ++counts.samples;
+        onSample(sample);
+        return true;
+    };
+    auto decide = [&]() {
+        // Time unit: option, header, else the typical spacing of the first stamps.
+        std::vector<double> times;
+        std::vector<double> magnitudes;
+        for (const Row& row : lookahead) {
+            double t = 0.0;
+            double v[3] = {0.0, 0.0, 0.0};
+            const int last = std::max({layout.time, layout.x, layout.y, layout.z});
+            if (static_cast<int>(row.cells.size()) > last &&
+                ParseNumber(row.cells[static_cast<size_t>(layout.time)], t) &&
+                ParseNumber(row.cells[static_cast<size_t>(layout.x)], v[0]) &&
+                ParseNumber(row.cells[static_cast<size_t>(layout.y)], v[1]) &&
+                ParseNumber(row.cells[static_cast<size_t>(layout.z)], v[2])) {
+                times.push_back(t);
+                magnitudes.push_back(std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]));
+            }
+        }
+        if (options.time) {
+            layout.timeUnit = *options.time;
+            layout.timeUnitFrom = "option";
+        } else if (headerTime) {
+            layout.timeUnit = *headerTime;
+            layout.timeUnitFrom = "header";
+        } else {
+            std::vector<double> steps;
+            for (size_t i = 1; i < times.size(); ++i) {
+                if (times[i] > times[i - 1]) {
+                    steps.push_back(times[i] - times[i - 1]);
+                }
+            }
+            layout.timeUnit = steps.empty() ? TimeUnit::NS : UnitFromSpacing(Median(steps));
+            layout.timeUnitFrom = "spacing";
+        }
+        if (options.units) {
+            layout.accUnit = *options.units;
+            layout.accUnitFrom = "option";
+        } else if (headerAcc) {
+            layout.accUnit = *headerAcc;
+            layout.accUnitFrom = "header";
+        } else {
+            layout.accUnit = Median(magnitudes) < kMagnitudeSplit && !magnitudes.empty()
+                                 ? AccUnit::G
+                                 : AccUnit::MS2;
+            layout.accUnitFrom = "magnitude";
+        }
+        scale = layout.accUnit == AccUnit::G ? kStandardGravity : 1.0F;
+        onLayout(layout);
+        decided = true;
+        for (const Row& row : lookahead) {
+            if (!emit(row)) {
+                return false;
+            }
+        }
+        lookahead.clear();
+        return true;
+    };
+
+    while (std::getline(in, text)) {
+        ++lineNumber;
+        if (!text.empty() && text.back() == '\r') {
+            text.pop_back();
+        }
+        const std::string trimmed = Trim(text);
+        if (trimmed.empty() || trimmed[0] == '#') {
+            continue;
+        }
+        if (!haveDelimiter) {
+            haveDelimiter = true;
+            layout.delimiter = Contains(trimmed, ",")    ? ','
+                               : Contains(trimmed, ";")  ? ';'
+                               : Contains(trimmed, "\t") ? '\t'
+                                                         : ' ';
+            Row first{lineNumber, Split(trimmed, layout.delimiter)};
+            double ignored = 0.0;
+            layout.header = !std::all_of(
+                first.cells.begin(), first.cells.end(),
+                [&ignored](const std::string& cell) { return ParseNumber(cell, ignored); });
+            if (layout.header) {
+                if (!MapHeader(first, layout, headerTime, headerAcc, name, error)) {
+                    return false;
+                }
+                continue;
+            }
+            if (first.cells.size() < 4) {
+                return fail(lineNumber,
+                            "expected a header or at least 4 columns (time, x, y, z), got " +
+                                std::to_string(first.cells.size()));
+            }
+            lookahead.push_back(std::move(first));
+            continue;
+        }
+        Row row{lineNumber, Split(trimmed, layout.delimiter)};
+        if (decided) {
+            if (!emit(row)) {
+                return false;
+            }
+        } else {
+            lookahead.push_back(std::move(row));
+            if (lookahead.size() >= kLookaheadRows && !decide()) {
+                return false;
+            }
+        }
+    }
+    if (in.bad()) {
+        error = name + ": read error";
+        return false;
+    }
+    if (!decided && !decide()) {
+        return false;
+    }
+    if (counts.samples == 0) {
+        error = name + ": no usable sample";
+        return false;
+    }
+    return true;
+}
+
+}  // namespace Tarvo::Import

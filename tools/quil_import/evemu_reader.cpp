@@ -1,0 +1,182 @@
+#include "evemu_reader.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
+#include <sstream>
+#include <vector>
+
+namespace Tarvo::Import {
+namespace {
+
+constexpr int kEvAbs = 3;
+
+bool ParseInt(const std::string& text, int base, long long& value)
+{
+    if (text.empty()) {
+        return false;
+    }
+    char* end = nullptr;
+    errno = 0;
+    value = std::strtoll(text.c_str(), &end, base);
+    return errno == 0 && end == text.c_str() + text.size();
+}
+
+std::string StripComment(const std::string& line)
+{
+    const size_t hash = line.find('#');
+    return hash == std::string::npos ? line : line.substr(0, hash);
+}
+
+}  // namespace
+
+bool ParseEventTime(const std::string& text, int64_t& us)
+{
+    const size_t dot = text.find('.');
+    long long seconds = 0;
+    long long fraction = 0;
+    const std::string whole = text.substr(0, dot);
+    std::string part = dot == std::string::npos ? "0" : text.substr(dot + 1);
+    if (part.empty() || part.size() > 9 ||
+        part.find_first_not_of("0123456789") != std::string::npos ||
+        whole.find_first_not_of("0123456789") != std::string::npos ||
+        !ParseInt(whole, 10, seconds) || !ParseInt(part, 10, fraction) ||
+        seconds > std::numeric_limits<int64_t>::max() / 1000000 - 1) {
+        return false;
+    }
+    // Scale the fraction to microseconds whatever its number of digits.
+    for (size_t digits = part.size(); digits < 6; ++digits) {
+        fraction *= 10;
+    }
+    for (size_t digits = part.size(); digits > 6; --digits) {
+        fraction /= 10;
+    }
+    us = seconds * 1000000 + fraction;
+    return true;
+}
+
+bool EvemuReader::Looks(const std::string& firstLines)
+{
+    return firstLines.rfind("# EVEMU", 0) == 0 || firstLines.find("\nE: ") != std::string::npos ||
+           firstLines.rfind("E: ", 0) == 0 || firstLines.rfind("N: ", 0) == 0 ||
+           firstLines.find("\nN: ") != std::string::npos;
+}
+
+bool EvemuReader::Read(std::istream& in, const std::string& name, const AxisSink& onAxis,
+                       const EventSink& onEvent, std::string& error)
+{
+    std::string line;
+    int number = 0;
+    // The comment block: "#   Event type 3 (EV_ABS)", "#     Event code 53 (...)",
+    // "#       Min 0", "#       Max 1279".
+    long long commentType = -1;
+    long long commentCode = -1;
+    long long commentMin = 0;
+    bool haveCommentMin = false;
+    auto fail = [&](const std::string& problem) {
+        error = name + ":" + std::to_string(number) + ": " + problem;
+        return false;
+    };
+    while (std::getline(in, line)) {
+        ++number;
+        if (!line.empty() && line.back() == '\r') {
+            line.pop_back();
+        }
+        if (line.empty()) {
+            continue;
+        }
+        if (line[0] == '#') {
+            std::istringstream words(line.substr(1));
+            std::string a;
+            std::string b;
+            long long value = 0;
+            words >> a >> b;
+            if (a == "Event" && b == "type" && words >> value) {
+                commentType = value;
+                commentCode = -1;
+            } else if (a == "Event" && b == "code" && words >> value) {
+                commentCode = value;
+                haveCommentMin = false;
+            } else if (a == "Min" && ParseInt(b, 10, value)) {
+                commentMin = value;
+                haveCommentMin = true;
+            } else if (a == "Max" && ParseInt(b, 10, value) && haveCommentMin &&
+                       commentType == kEvAbs && commentCode >= 0 && commentCode <= 0xff &&
+                       commentMin >= std::numeric_limits<int32_t>::min() &&
+                       value <= std::numeric_limits<int32_t>::max()) {
+                onAxis("", static_cast<uint16_t>(commentCode), static_cast<int32_t>(commentMin),
+                       static_cast<int32_t>(value));
+                haveCommentMin = false;
+            }
+            continue;
+        }
+        if (line.size() < 2 || line[1] != ':') {
+            return fail("not an evemu line: '" + line + "'");
+        }
+        std::istringstream words(StripComment(line.substr(2)));
+        std::vector<std::string> fields;
+        for (std::string word; words >> word;) {
+            fields.push_back(word);
+        }
+        switch (line[0]) {
+            case 'N':
+            case 'I':
+            case 'P':
+            case 'B':
+            case 'L':
+            case 'S':
+                break;  // name, ids, properties, bits, leds, switches: nothing to import
+            case 'A': {
+                long long code = 0;
+                long long min = 0;
+                long long max = 0;
+                if (fields.size() < 3 || !ParseInt(fields[0], 16, code) ||
+                    !ParseInt(fields[1], 10, min) || !ParseInt(fields[2], 10, max) || code < 0 ||
+                    code > 0xff || min < std::numeric_limits<int32_t>::min() ||
+                    max > std::numeric_limits<int32_t>::max()) {
+                    return fail("axis line needs CODE MIN MAX: '" + line + "'");
+                }
+                onAxis("", static_cast<uint16_t>(code), static_cast<int32_t>(min),
+                       static_cast<int32_t>(max));
+                break;
+            }
+            case 'E': {
+                RawEvent event;
+                long long type = 0;
+                long long code = 0;
+                long long value = 0;
+                if (fields.size() != 4) {
+                    return fail("event line needs TIME TYPE CODE VALUE, got " +
+                                std::to_string(fields.size()) + " fields");
+                }
+                if (!ParseEventTime(fields[0], event.timeUs)) {
+                    return fail("bad time '" + fields[0] + "'");
+                }
+                if (!ParseInt(fields[1], 16, type) || !ParseInt(fields[2], 16, code) || type < 0 ||
+                    type > 0xffff || code < 0 || code > 0xffff) {
+                    return fail("bad event type or code '" + fields[1] + " " + fields[2] + "'");
+                }
+                if (!ParseInt(fields[3], 10, value) ||
+                    value < std::numeric_limits<int32_t>::min() ||
+                    value > std::numeric_limits<int32_t>::max()) {
+                    return fail("bad event value '" + fields[3] + "'");
+                }
+                event.type = static_cast<uint16_t>(type);
+                event.code = static_cast<uint16_t>(code);
+                event.value = static_cast<int32_t>(value);
+                event.line = number;
+                onEvent("", event);
+                break;
+            }
+            default:
+                return fail("not an evemu line: '" + line + "'");
+        }
+    }
+    if (in.bad()) {
+        error = name + ": read error";
+        return false;
+    }
+    return true;
+}
+
+}  // namespace Tarvo::Import
