@@ -104,11 +104,10 @@ int32_t IioSensorService::Subscribe(int32_t sensorTypeId, const SensorUser* user
         return kError;
     }
     std::lock_guard<std::mutex> lock(mutex_);
+    // Rescanned every time: devices come and go, and the sysfs root may have moved.
+    ScanLocked();
     if (!PresentLocked(sensorTypeId)) {
-        ScanLocked();
-        if (!PresentLocked(sensorTypeId)) {
-            return kError;
-        }
+        return kError;
     }
     subscriptions_.try_emplace({user, sensorTypeId});
     return 0;

@@ -10,7 +10,7 @@
 #include "evdev_touchscreen.h"
 #include "linux_log.h"
 #include "linux_settings.h"
-#include "multi_touch_decoder.h"
+#include "touch_feed.h"
 #include "platform_log.h"
 
 namespace Tarvo::Linux {
@@ -135,15 +135,17 @@ void LinuxInputService::ReadLoop(std::string path, int wakeFd)
         ReportOnce(LOG_LEVEL_ERROR, error + "; touch gestures stay silent");
         return;
     }
-    const DisplaySize display = LinuxSettings::Instance().Display();
-    const Input::DisplayMapper mapper({screen.MinX(), screen.MaxX()},
-                                      {screen.MinY(), screen.MaxY()}, display.width,
-                                      display.height);
+    TouchFeed feed(screen.Slots(), {screen.MinX(), screen.MaxX()}, {screen.MinY(), screen.MaxY()},
+                   LinuxSettings::Instance().Display());
     LinuxLog::Instance().Write(LOG_LEVEL_INFO, "touch from " + path + " (" + screen.Name() + ")");
-    Input::MultiTouchDecoder decoder(screen.Slots());
-    std::vector<Input::TouchEvent> events;
-    const auto feed = [&](uint16_t type, uint16_t code, int32_t value, int64_t timeUs) {
-        decoder.Feed(type, code, value, timeUs, events);
+    std::vector<TouchRecord> touches;
+    int64_t lastUs = 0;
+    const auto handler = [&](uint16_t type, uint16_t code, int32_t value, int64_t timeUs) {
+        lastUs = timeUs;
+        if (feed.Feed(type, code, value, timeUs, touches)) {
+            ReportOnce(LOG_LEVEL_WARN, "touchscreen " + path +
+                                           " lost events (SYN_DROPPED); resynchronising");
+        }
     };
     for (;;) {
         pollfd fds[2] = {{screen.Fd(), POLLIN, 0}, {wakeFd, POLLIN, 0}};
@@ -151,49 +153,31 @@ void LinuxInputService::ReadLoop(std::string path, int wakeFd)
             if (errno == EINTR) {
                 continue;
             }
-            ReportOnce(LOG_LEVEL_ERROR,
-                       "waiting for touches failed: " + std::string(strerror(errno)));
+            ReportOnce(LOG_LEVEL_ERROR, "waiting for touches failed: " + std::string(strerror(errno)));
             break;
         }
         if (fds[1].revents != 0) {
             break;
         }
-        events.clear();
-        const auto status = screen.ReadAvailable(feed, error);
+        touches.clear();
+        const auto status = screen.ReadAvailable(handler, error);
         if (status == EvdevTouchscreen::ReadStatus::GONE ||
             (fds[0].revents & (POLLERR | POLLHUP | POLLNVAL)) != 0) {
             // Fingers still down are lifted, so no gesture waits for an up forever.
-            decoder.ReleaseAll(events.empty() ? 0 : events.back().timeUs, events);
-            Deliver(events, mapper);
-            ReportOnce(LOG_LEVEL_ERROR,
-                       "touchscreen " + path + " went away" + (error.empty() ? "" : ": " + error));
+            feed.ReleaseAll(lastUs, touches);
+            Deliver(touches);
+            ReportOnce(LOG_LEVEL_ERROR, "touchscreen " + path + " went away" +
+                                            (error.empty() ? "" : ": " + error));
             break;
         }
-        Deliver(events, mapper);
+        Deliver(touches);
     }
 }
 
-void LinuxInputService::Deliver(const std::vector<Input::TouchEvent>& events,
-                                const Input::DisplayMapper& mapper)
+void LinuxInputService::Deliver(const std::vector<TouchRecord>& touches)
 {
-    for (const Input::TouchEvent& touch : events) {
-        TouchRecord record;
-        record.action = static_cast<int32_t>(touch.action);
-        record.pointerId = touch.id;
-        mapper.Map(touch.x, touch.y, record.x, record.y);
-        record.pointerIds = touch.ids;
-        record.timestampNs = touch.timeUs * 1000;
-
-        auto event = std::make_shared<MMI::PointerEvent>();
-        event->SetPointerAction(record.action);
-        event->SetPointerId(record.pointerId);
-        event->SetPointerIds(record.pointerIds);
-        MMI::PointerEvent::PointerItem item;
-        item.SetPointerId(record.pointerId);
-        item.SetDisplayX(record.x);
-        item.SetDisplayY(record.y);
-        event->AddPointerItem(item);
-
+    for (const TouchRecord& touch : touches) {
+        const auto event = TouchFeed::ToPointerEvent(touch);
         std::vector<MMI::PointerMonitor> monitors;
         {
             std::lock_guard<std::mutex> lock(mutex_);
@@ -202,7 +186,7 @@ void LinuxInputService::Deliver(const std::vector<Input::TouchEvent>& events,
             }
             delivering_ = true;
         }
-        LinuxSettings::Instance().ObserveTouch(record);
+        LinuxSettings::Instance().ObserveTouch(touch);
         for (const auto& monitor : monitors) {
             monitor(event);
         }

@@ -13,9 +13,8 @@
 #include <thread>
 #include <vector>
 
-#include "display_mapper.h"
 #include "input_manager.h"
-#include "touch_event.h"
+#include "linux_platform.h"
 
 namespace Tarvo::Linux {
 
@@ -37,7 +36,7 @@ private:
     void StartReaderLocked();
     void StopReader(std::unique_lock<std::mutex>& lock);
     void ReadLoop(std::string path, int wakeFd);
-    void Deliver(const std::vector<Input::TouchEvent>& events, const Input::DisplayMapper& mapper);
+    void Deliver(const std::vector<TouchRecord>& touches);
     void ReportOnce(int level, const std::string& message);
 
     std::mutex mutex_;

@@ -199,12 +199,11 @@ int main(int argc, char** argv)
             return kExitFailure;
         }
         recorder = std::make_unique<TraceRecorder>(recordFile.get());
-        recorder->Comment("recorded by quil-live " QUIL_VERSION "; touchscreen " +
-                          (touchscreen.empty() ? std::string("none") : touchscreen) + ", display " +
-                          std::to_string(options.displayWidth) + "x" +
-                          std::to_string(options.displayHeight));
-        // The replay host then refuses exactly the sensors this device lacks.
-        recorder->DeviceSensors(sensors);
+        recorder->Header("recorded by quil-live " QUIL_VERSION "; touchscreen " +
+                             (touchscreen.empty() ? std::string("none") : touchscreen) +
+                             ", display " + std::to_string(options.displayWidth) + "x" +
+                             std::to_string(options.displayHeight),
+                         sensors);
     }
 
     PluginLoader plugin;
@@ -237,7 +236,7 @@ int main(int argc, char** argv)
     for (int32_t type : types) {
         // Recorded first, so every sample it brings follows it in the trace.
         if (rec != nullptr) {
-            rec->HostCall("enable", type);
+            rec->Enable(type);
         }
         writer.HostCall("enable", type, algo->Enable(type), stamp());
     }
@@ -247,7 +246,7 @@ int main(int argc, char** argv)
     for (int32_t type : types) {
         const int result = algo->Disable(type);
         if (rec != nullptr) {
-            rec->HostCall("disable", type);
+            rec->Disable(type);
         }
         writer.HostCall("disable", type, result, stamp());
     }
@@ -255,5 +254,9 @@ int main(int argc, char** argv)
     LinuxPlatform::SetSampleObserver({});
     LinuxPlatform::SetTouchObserver({});
     writer.Flush();
+    if (rec != nullptr && !rec->Ok()) {
+        std::fprintf(stderr, "quil-live: writing %s failed\n", options.record.c_str());
+        return kExitFailure;
+    }
     return kExitOk;
 }

@@ -1,115 +1,87 @@
 #include "trace_recorder.h"
 
-#include <algorithm>
-
 #include "sensor_service_client.h"
 
 namespace Tarvo::Live {
-namespace {
 
-// Nine significant digits give every float back exactly when the trace is parsed.
-std::string Float(float value)
-{
-    char buffer[32];
-    std::snprintf(buffer, sizeof(buffer), "%.9g", static_cast<double>(value));
-    return buffer;
-}
-
-std::string Ids(const std::vector<int32_t>& ids)
-{
-    if (ids.empty()) {
-        return "-";
-    }
-    std::string text;
-    for (int32_t id : ids) {
-        text += (text.empty() ? "" : ",") + std::to_string(id);
-    }
-    return text;
-}
-
-}  // namespace
-
-TraceRecorder::TraceRecorder(std::FILE* out) : out_(out), start_(std::chrono::steady_clock::now())
+TraceRecorder::TraceRecorder(std::FILE* out)
+    : out_(out), writer_(out), start_(std::chrono::steady_clock::now())
 {
 }
 
-double TraceRecorder::Now()
+double TraceRecorder::Now() const
 {
     const auto elapsed = std::chrono::steady_clock::now() - start_;
-    // Whole microseconds keep the stamps short and exact in decimal.
+    // Whole microseconds: the trace keeps three decimals of a millisecond.
     const auto us = std::chrono::duration_cast<std::chrono::microseconds>(elapsed).count();
     return static_cast<double>(us) / 1000.0;
 }
 
-double TraceRecorder::WriteLocked(const std::string& line)
-{
-    last_ = std::max(last_, Now());
-    std::fprintf(out_, "@%.3f %s\n", last_, line.c_str());
-    std::fflush(out_);
-    return last_;
-}
-
-void TraceRecorder::Comment(const std::string& text)
+void TraceRecorder::Header(const std::string& comment, const std::vector<int32_t>& sensorTypeIds)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    std::fprintf(out_, "# %s\n", text.c_str());
+    writer_.Comment(comment);
+    std::string ids;
+    for (int32_t id : sensorTypeIds) {
+        ids += (ids.empty() ? "" : ",") + std::to_string(id);
+    }
+    // The shared writer has no device records; this one line is written here.
+    std::fprintf(out_, "device-sensors %s\n", ids.empty() ? "-" : ids.c_str());
     std::fflush(out_);
 }
 
-void TraceRecorder::DeviceSensors(const std::vector<int32_t>& sensorTypeIds)
+void TraceRecorder::Enable(int32_t type)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    WriteLocked("device-sensors " + Ids(sensorTypeIds));
+    writer_.Enable(type);
+    std::fflush(out_);
 }
 
-void TraceRecorder::HostCall(const std::string& call, int32_t type)
+void TraceRecorder::Disable(int32_t type)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    WriteLocked(call + " " + std::to_string(type));
+    writer_.Disable(type);
+    std::fflush(out_);
 }
 
 double TraceRecorder::Sample(const Linux::SampleRecord& sample)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    return WriteLocked(SampleLine(sample));
+    const double ms = Now();
+    const auto value = [&sample](size_t i) {
+        return i < sample.values.size() ? sample.values[i] : 0.0f;
+    };
+    switch (sample.sensorTypeId) {
+        case SENSOR_TYPE_ID_ACCELEROMETER:
+            writer_.Acc(ms, value(0), value(1), value(2));
+            break;
+        case SENSOR_TYPE_ID_AMBIENT_LIGHT:
+            writer_.Light(ms, value(0));
+            break;
+        case SENSOR_TYPE_ID_PROXIMITY:
+            writer_.Prox(ms, value(0));
+            break;
+        default:
+            writer_.Comment("sample of unknown sensor " + std::to_string(sample.sensorTypeId));
+            break;
+    }
+    std::fflush(out_);
+    return ms;
 }
 
 double TraceRecorder::Touch(const Linux::TouchRecord& touch)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    return WriteLocked(TouchLine(touch));
+    const double ms = Now();
+    writer_.Touch(ms, touch.action, touch.pointerId, touch.x, touch.y, touch.pointerIds);
+    std::fflush(out_);
+    return ms;
 }
 
-std::string TraceRecorder::SampleLine(const Linux::SampleRecord& sample)
+bool TraceRecorder::Ok()
 {
-    const auto value = [&sample](size_t i) {
-        return Float(i < sample.values.size() ? sample.values[i] : 0.0f);
-    };
-    switch (sample.sensorTypeId) {
-        case SENSOR_TYPE_ID_ACCELEROMETER:
-            return "acc " + value(0) + " " + value(1) + " " + value(2);
-        case SENSOR_TYPE_ID_AMBIENT_LIGHT:
-            return "light " + value(0);
-        case SENSOR_TYPE_ID_PROXIMITY:
-            return "prox " + value(0);
-        default: {
-            std::string line = "sensor " + std::to_string(sample.sensorTypeId);
-            for (size_t i = 0; i < std::max<size_t>(sample.values.size(), 1); ++i) {
-                line += " " + value(i);
-            }
-            return line;
-        }
-    }
-}
-
-std::string TraceRecorder::TouchLine(const Linux::TouchRecord& touch)
-{
-    static const char* const kActions[] = {"down", "move", "up"};
-    const std::string action = touch.action >= 2 && touch.action <= 4
-                                   ? kActions[touch.action - 2]
-                                   : std::to_string(touch.action);
-    return "touch " + action + " " + std::to_string(touch.pointerId) + " " +
-           std::to_string(touch.x) + " " + std::to_string(touch.y) + " " + Ids(touch.pointerIds);
+    std::lock_guard<std::mutex> lock(mutex_);
+    return writer_.Ok() && std::ferror(out_) == 0;
 }
 
 }  // namespace Tarvo::Live

@@ -1,4 +1,4 @@
-// Writes what a live run fed the plug-in as a trace that quil-replay plays back: the
+// Records what a live run fed the plug-in as a trace that quil-replay plays back: the
 // device's sensor list, the host's enable/disable calls, every sample and every touch,
 // stamped in milliseconds since the recording started. Thread-safe: samples and touches
 // arrive on the platform's threads.
@@ -12,35 +12,35 @@
 #include <vector>
 
 #include "linux_platform.h"
+#include "trace_writer.h"
 
 namespace Tarvo::Live {
 
 class TraceRecorder {
 public:
-    // `out` is written line by line and flushed, so a killed run leaves a usable trace.
+    // Every record is flushed at once, so a killed run still leaves a usable trace.
     explicit TraceRecorder(std::FILE* out);
 
-    // Milliseconds since construction; never decreases between lines.
-    double Now();
+    // Milliseconds since construction.
+    double Now() const;
 
-    void Comment(const std::string& text);
-    void DeviceSensors(const std::vector<int32_t>& sensorTypeIds);
-    void HostCall(const std::string& call, int32_t type);
-    // Return the stamp written, for reports caused by the record.
+    // A comment, then the sensor list the replay's device is to have, so that it
+    // refuses exactly the sensors this device lacks.
+    void Header(const std::string& comment, const std::vector<int32_t>& sensorTypeIds);
+    void Enable(int32_t type);
+    void Disable(int32_t type);
+    // Each returns the stamp it wrote.
     double Sample(const Linux::SampleRecord& sample);
     double Touch(const Linux::TouchRecord& touch);
 
-    // The record line as written (without the stamp), for tests and other writers.
-    static std::string SampleLine(const Linux::SampleRecord& sample);
-    static std::string TouchLine(const Linux::TouchRecord& touch);
+    // False once any write has failed.
+    bool Ok();
 
 private:
-    double WriteLocked(const std::string& line);
-
     std::mutex mutex_;
     std::FILE* out_;
+    Tools::TraceWriter writer_;
     std::chrono::steady_clock::time_point start_;
-    double last_ = 0.0;
 };
 
 }  // namespace Tarvo::Live
