@@ -52,12 +52,14 @@ bool EvdevTouchscreen::IsTouchscreen(const libevdev* device, bool& direct)
 
 std::string EvdevTouchscreen::Find(const std::string& dir, std::vector<std::string>& problems)
 {
-    std::vector<std::pair<int, std::string>> nodes;
+    std::vector<std::pair<long, std::string>> nodes;
     std::error_code ec;
     for (std::filesystem::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
         const std::string name = it->path().filename().string();
-        if (name.rfind(kEventPrefix, 0) == 0) {
-            nodes.emplace_back(std::atoi(name.c_str() + std::strlen(kEventPrefix)),
+        const size_t prefix = std::strlen(kEventPrefix);
+        if (name.size() > prefix && name.compare(0, prefix, kEventPrefix) == 0 &&
+            name.find_first_not_of("0123456789", prefix) == std::string::npos) {
+            nodes.emplace_back(std::strtol(name.c_str() + prefix, nullptr, 10),
                                it->path().string());
         }
     }

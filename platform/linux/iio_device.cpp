@@ -116,9 +116,17 @@ bool ParseMatrix(const std::string& text, std::array<std::array<double, 3>, 3>& 
     return r == 3;
 }
 
-int DeviceNumber(const std::string& name)
+// "iio:device" and a number; triggers and buffers live beside the devices.
+bool IsDeviceName(const std::string& name)
 {
-    return std::atoi(name.c_str() + std::strlen(kDevicePrefix));
+    const size_t prefix = std::strlen(kDevicePrefix);
+    return name.size() > prefix && name.compare(0, prefix, kDevicePrefix) == 0 &&
+           name.find_first_not_of("0123456789", prefix) == std::string::npos;
+}
+
+long DeviceNumber(const std::string& name)
+{
+    return std::strtol(name.c_str() + std::strlen(kDevicePrefix), nullptr, 10);
 }
 
 }  // namespace
@@ -131,7 +139,7 @@ std::vector<IioDevice> IioDevice::Scan(const std::string& sysfsRoot,
     std::error_code ec;
     for (fs::directory_iterator it(base, ec), end; !ec && it != end; it.increment(ec)) {
         const std::string name = it->path().filename().string();
-        if (name.rfind(kDevicePrefix, 0) == 0) {
+        if (IsDeviceName(name)) {
             names.push_back(name);
         }
     }

@@ -10,8 +10,8 @@
 #include "evdev_touchscreen.h"
 #include "linux_log.h"
 #include "linux_settings.h"
-#include "touch_feed.h"
 #include "platform_log.h"
+#include "touch_feed.h"
 
 namespace Tarvo::Linux {
 
@@ -143,8 +143,8 @@ void LinuxInputService::ReadLoop(std::string path, int wakeFd)
     const auto handler = [&](uint16_t type, uint16_t code, int32_t value, int64_t timeUs) {
         lastUs = timeUs;
         if (feed.Feed(type, code, value, timeUs, touches)) {
-            ReportOnce(LOG_LEVEL_WARN, "touchscreen " + path +
-                                           " lost events (SYN_DROPPED); resynchronising");
+            ReportOnce(LOG_LEVEL_WARN,
+                       "touchscreen " + path + " lost events (SYN_DROPPED); resynchronising");
         }
     };
     for (;;) {
@@ -153,7 +153,8 @@ void LinuxInputService::ReadLoop(std::string path, int wakeFd)
             if (errno == EINTR) {
                 continue;
             }
-            ReportOnce(LOG_LEVEL_ERROR, "waiting for touches failed: " + std::string(strerror(errno)));
+            ReportOnce(LOG_LEVEL_ERROR,
+                       "waiting for touches failed: " + std::string(strerror(errno)));
             break;
         }
         if (fds[1].revents != 0) {
@@ -166,8 +167,8 @@ void LinuxInputService::ReadLoop(std::string path, int wakeFd)
             // Fingers still down are lifted, so no gesture waits for an up forever.
             feed.ReleaseAll(lastUs, touches);
             Deliver(touches);
-            ReportOnce(LOG_LEVEL_ERROR, "touchscreen " + path + " went away" +
-                                            (error.empty() ? "" : ": " + error));
+            ReportOnce(LOG_LEVEL_ERROR,
+                       "touchscreen " + path + " went away" + (error.empty() ? "" : ": " + error));
             break;
         }
         Deliver(touches);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -214,18 +215,25 @@ int main(int argc, char** argv)
     OutputWriter writer(stdout, options.json);
     auto callback = std::make_shared<ReplayHostCallback>(writer);
     TraceRecorder* rec = recorder.get();
-    if (rec != nullptr) {
-        // Reports carry the stamp of the latest record, as quil-replay's do.
-        LinuxPlatform::SetSampleObserver([rec, callback](const Tarvo::Linux::SampleRecord& s) {
-            callback->SetStamp(rec->Sample(s));
-        });
-        LinuxPlatform::SetTouchObserver([rec, callback](const Tarvo::Linux::TouchRecord& t) {
-            callback->SetStamp(rec->Touch(t));
-        });
-    }
-    const auto stamp = [rec]() -> std::optional<double> {
-        return rec != nullptr ? std::optional<double>(rec->Now()) : std::nullopt;
+    const auto start = std::chrono::steady_clock::now();
+    const auto now = [rec, start]() {
+        if (rec != nullptr) {
+            return rec->Now();
+        }
+        const auto elapsed = std::chrono::steady_clock::now() - start;
+        return static_cast<double>(
+                   std::chrono::duration_cast<std::chrono::microseconds>(elapsed).count()) /
+               1000.0;
     };
+    // Reports carry the stamp of the latest sample or touch, as quil-replay's carry that of
+    // the record that caused them.
+    LinuxPlatform::SetSampleObserver([rec, callback, now](const Tarvo::Linux::SampleRecord& s) {
+        callback->SetStamp(rec != nullptr ? rec->Sample(s) : now());
+    });
+    LinuxPlatform::SetTouchObserver([rec, callback, now](const Tarvo::Linux::TouchRecord& t) {
+        callback->SetStamp(rec != nullptr ? rec->Touch(t) : now());
+    });
+    const auto stamp = [now]() { return std::optional<double>(now()); };
 
     Tarvo::Quil::IMotionAlgo* algo = plugin.Create();
     if (algo == nullptr) {
