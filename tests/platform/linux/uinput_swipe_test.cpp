@@ -52,6 +52,7 @@ libevdev_uinput* CreateTouchscreen(std::string& error)
     libevdev* device = libevdev_new();
     libevdev_set_name(device, "quil test touchscreen");
     libevdev_enable_property(device, INPUT_PROP_DIRECT);
+    libevdev_enable_event_type(device, EV_SYN);
     libevdev_enable_event_code(device, EV_KEY, BTN_TOUCH, nullptr);
     const auto axis = [device](unsigned code, int max) {
         input_absinfo info{};
@@ -94,14 +95,31 @@ TEST(UinputSwipeTest, ASwipeOnAVirtualTouchscreenIsRecognised)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
 
+    // The layer says when it has the node open; events written before that are lost.
+    std::mutex logMutex;
+    std::condition_variable opened;
+    bool isOpen = false;
+    LinuxPlatform::SetLogLevel(4);
+    LinuxPlatform::SetLogSink([&](int, const std::string& line) {
+        if (line.find("touch from " + std::string(node)) != std::string::npos) {
+            std::lock_guard<std::mutex> lock(logMutex);
+            isOpen = true;
+            opened.notify_all();
+        }
+    });
+
     Replay::PluginLoader plugin;
     ASSERT_TRUE(plugin.Load(QUIL_PLUGIN_PATH, error)) << error;
     Quil::IMotionAlgo* algo = plugin.Create();
     ASSERT_NE(algo, nullptr);
     auto collector = std::make_shared<Collector>();
     algo->RegisterCallback(collector);
-    ASSERT_EQ(algo->Enable(10), 0);                               // a swipe in from the left edge
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the reader opens the node
+    ASSERT_EQ(algo->Enable(10), 0);  // a swipe in from the left edge
+    {
+        std::unique_lock<std::mutex> lock(logMutex);
+        ASSERT_TRUE(opened.wait_for(lock, std::chrono::seconds(5), [&] { return isOpen; }))
+            << "the touch reader never opened " << node;
+    }
 
     const auto write = [&screen](unsigned type, unsigned code, int value) {
         libevdev_uinput_write_event(screen.get(), type, code, value);
@@ -134,6 +152,8 @@ TEST(UinputSwipeTest, ASwipeOnAVirtualTouchscreenIsRecognised)
 
     EXPECT_EQ(algo->Disable(10), 0);
     plugin.Destroy(algo);
+    LinuxPlatform::SetLogSink({});
+    LinuxPlatform::SetLogLevel(8);
     LinuxPlatform::SetTouchDevice("");
 }
 
