@@ -95,8 +95,9 @@ void AlgoPoseBase::CheckStill()
     }
     // The still states are reached only once a sample exists, so this reading skips the
     // empty check and its line; it still never dereferences nothing.
+    // Written as the range test it is: a magnitude that is not a number is not still.
     const PickUpData* pose = Pose();
-    if (pose == nullptr || pose->vectorMag < kStillMagMin || pose->vectorMag > kStillMagMax) {
+    if (pose == nullptr || !(pose->vectorMag >= kStillMagMin && pose->vectorMag <= kStillMagMax)) {
         state_ = NON_ABSOLUTE_STILL;
     }
 }

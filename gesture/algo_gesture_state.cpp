@@ -130,13 +130,18 @@ bool AlgoGestureState::RefreshDownEvent()
 void AlgoGestureState::Report()
 {
     MLOGD("enter");
-    if (callbackImpl_ == nullptr) {
+    // Our own reference: the host's thread may replace the callback during the call.
+    const std::shared_ptr<IMotionAlgo::Callback> callback = std::atomic_load(&callbackImpl_);
+    if (callback == nullptr) {
         MLOGE("callbackImpl_ is null");
         return;
     }
     // In-progress reports are only logged; the host hears of a gesture's start and end.
     if (reportInfo_.status != kGestureStatusInProgress) {
-        callbackImpl_->OnMotionChanged(reportInfo_);
+        // A copy: a host that re-enables a gesture from inside the call must not see the
+        // record change under it.
+        const MotionData report = reportInfo_;
+        callback->OnMotionChanged(report);
     }
     if (PlatformLogIsLoggable(kMotionLogDomain, kLogTag, LOG_LEVEL_DEBUG)) {
         MLOGD("%{public}s", reportInfo_.Dump().c_str());
@@ -174,7 +179,7 @@ States AlgoGestureState::GetCurrentState() const
 
 void AlgoGestureState::RegisterCallback(std::shared_ptr<IMotionAlgo::Callback> callback)
 {
-    callbackImpl_ = std::move(callback);
+    std::atomic_store(&callbackImpl_, std::move(callback));
 }
 
 int AlgoGestureState::GetDistance(const PointerEvent& a, const PointerEvent& b)

@@ -40,6 +40,22 @@ MotionAlgoManager::MotionAlgoManager()
     algoMap_.emplace(MOTION_TYPE_SHAKE, std::make_shared<AlgoShake>());
 }
 
+MotionAlgoManager::~MotionAlgoManager()
+{
+    // While every recogniser is still whole: after this no dispatch runs in any of them
+    // (unless the host destroys us from inside one, which then simply finishes).
+    for (const auto& [type, algo] : algoMap_) {
+        (void)type;
+        if (algo != nullptr) {
+            algo->Unbind();
+        }
+    }
+    SensorConnection::GetInstance().UnregisterAllSensors();
+    // The pointer connection removes its monitor and stops its worker as it goes.
+    gestureManager_.reset();
+    pointer_.reset();
+}
+
 int MotionAlgoManager::RegisterCallback(std::shared_ptr<Callback> callback)
 {
     MLOGD("enter");

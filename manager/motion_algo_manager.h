@@ -19,7 +19,10 @@ namespace Tarvo::Quil {
 class MotionAlgoManager : public IMotionAlgo {
 public:
     MotionAlgoManager();
-    ~MotionAlgoManager() override = default;
+    // Leaves the platform as it found it: unbinds every recogniser, undoes every sensor
+    // subscription and removes the pointer monitor, waiting out work in flight, before
+    // it returns (see the contract in i_motion_algo.h).
+    ~MotionAlgoManager() override;
 
     int RegisterCallback(std::shared_ptr<Callback> callback) override;
     int UnregisterCallback() override;

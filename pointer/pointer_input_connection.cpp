@@ -10,14 +10,15 @@ constexpr char kLogTag[] = "PointerInputConnection";
 constexpr int32_t kIllegalMonitorId = -2;
 }  // namespace
 
-PointerInputConnection::PointerInputConnection()
+PointerInputConnection::PointerInputConnection() : channel_(std::make_shared<Channel>())
 {
-    if (SemInit(&sem_, 0, 0) != 0) {
+    if (SemInit(&channel_->sem, 0, 0) != 0) {
         // Without a semaphore no worker is ever started.
         MLOGE("sem init failed");
         return;
     }
-    running_ = true;
+    channel_->semReady = true;
+    channel_->running = true;
 }
 
 PointerInputConnection::~PointerInputConnection()
@@ -26,28 +27,65 @@ PointerInputConnection::~PointerInputConnection()
     if (monitored_) {
         MMI::InputManager::GetInstance()->RemoveMonitor(monitorId_);
     }
-    running_ = false;
-    SemPost(&sem_);
+    {
+        std::lock_guard<std::mutex> lock(channel_->lifeMutex);
+        channel_->running = false;
+    }
+    if (channel_->semReady) {
+        SemPost(&channel_->sem);
+    }
     // The worker exists only once input was subscribed.
     if (thread_ != nullptr && thread_->joinable()) {
-        thread_->join();
+        if (std::this_thread::get_id() == thread_->get_id()) {
+            thread_->detach();  // it holds the channel and ends after this report
+        } else {
+            thread_->join();
+        }
     }
     thread_.reset();
-    SemDestroy(&sem_);
+}
+
+PointerInputConnection::Channel::~Channel()
+{
+    if (semReady) {
+        SemDestroy(&sem);
+    }
+}
+
+void PointerInputConnection::StartWorkerIfNeeded()
+{
+    bool start = false;
+    {
+        std::lock_guard<std::mutex> lock(channel_->lifeMutex);
+        if (!channel_->semReady) {
+            return;
+        }
+        // Subscribing again after an unsubscription revives the worker: a parked one
+        // simply keeps looping, one that already ended is replaced below.
+        channel_->running = true;
+        start = channel_->workerDone;
+        channel_->workerDone = false;
+    }
+    if (!start) {
+        return;
+    }
+    if (thread_ != nullptr && thread_->joinable()) {
+        thread_->join();  // already past its loop
+    }
+    thread_ = std::make_shared<std::thread>([channel = channel_] { AlgorithmLoop(channel); });
 }
 
 int PointerInputConnection::SubscribePointerInput()
 {
     MLOGD("enter");
-    if (running_) {
-        // Replacing a running std::thread would terminate the process; keep the worker
-        // that is already there (the manager subscribes only once anyway).
-        if (thread_ == nullptr) {
-            thread_ = std::make_shared<std::thread>([this] { AlgorithmLoop(); });
-        }
+    StartWorkerIfNeeded();
+    if (monitored_) {
+        // One monitor per connection: a second would deliver every event twice.
+        MMI::InputManager::GetInstance()->RemoveMonitor(monitorId_);
     }
+    std::weak_ptr<Channel> weak = channel_;
     monitorId_ = MMI::InputManager::GetInstance()->AddMonitor(
-        [this](std::shared_ptr<MMI::PointerEvent> pointerEvent) {
+        [weak](std::shared_ptr<MMI::PointerEvent> pointerEvent) {
             QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "operator()", "enter");
             if (pointerEvent == nullptr) {
                 return;
@@ -67,7 +105,9 @@ int PointerInputConnection::SubscribePointerInput()
                 QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "operator()", "%{public}s",
                          event.Dump().c_str());
             }
-            PushData(event);
+            if (std::shared_ptr<Channel> channel = weak.lock()) {
+                channel->Push(std::move(event));
+            }
         });
     monitored_ = true;
     // Only -2 is the service's "illegal" answer; other ids, negative ones included,
@@ -83,53 +123,80 @@ int PointerInputConnection::UnsubscribePointerInput()
 {
     MMI::InputManager::GetInstance()->RemoveMonitor(monitorId_);
     monitored_ = false;
-    running_ = false;
+    std::lock_guard<std::mutex> lock(channel_->lifeMutex);
+    channel_->running = false;
     return 0;
 }
 
 int PointerInputConnection::SubscribePointerEvent(std::function<void(PointerEvent)> callback)
 {
-    callback_ = std::move(callback);
+    std::shared_ptr<const Subscriber> subscriber;
+    if (callback) {
+        subscriber = std::make_shared<const Subscriber>(std::move(callback));
+    }
+    std::atomic_store(&channel_->callback, std::move(subscriber));
     return 0;
 }
 
 int PointerInputConnection::UnsubscribePointerEvent()
 {
-    callback_ = nullptr;
+    std::atomic_store(&channel_->callback, std::shared_ptr<const Subscriber>());
     return 0;
 }
 
 void PointerInputConnection::PushData(PointerEvent event)
 {
-    MLOGD("enter");
-    std::lock_guard<std::mutex> lock(mutex_);
-    pointerEvent_ = std::move(event);
-    events_.push_back(pointerEvent_);
-    SemPost(&sem_);
+    channel_->Push(std::move(event));
 }
 
 void PointerInputConnection::NotifyPointerEvent()
 {
-    MLOGD("enter");
-    if (!callback_) {
+    channel_->Notify();
+}
+
+void PointerInputConnection::Channel::Push(PointerEvent event)
+{
+    QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "PushData", "enter");
+    std::lock_guard<std::mutex> lock(mutex);
+    pointerEvent = std::move(event);
+    events.push_back(pointerEvent);
+    SemPost(&sem);
+}
+
+void PointerInputConnection::Channel::Notify()
+{
+    QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "NotifyPointerEvent", "enter");
+    // Our own reference: the subscriber may be dropped while it runs.
+    const std::shared_ptr<const Subscriber> subscriber = std::atomic_load(&callback);
+    if (subscriber == nullptr) {
         // The record stays queued and is handled at a later wake-up, one behind.
-        MLOGE("callback is nullptr");
+        QUIL_LOG(LOG_LEVEL_ERROR, kLogTag, "NotifyPointerEvent", "callback is nullptr");
         return;
     }
     PointerEvent event;
     {
         // Taken here as well: the service's thread appends while the worker pops.
-        std::lock_guard<std::mutex> lock(mutex_);
-        if (events_.empty()) {
+        std::lock_guard<std::mutex> lock(mutex);
+        if (events.empty()) {
             return;
         }
-        event = events_.front();
-        events_.pop_front();
+        event = std::move(events.front());
+        events.pop_front();
     }
-    callback_(std::move(event));
+    (*subscriber)(std::move(event));
 }
 
-void PointerInputConnection::AlgorithmLoop()
+bool PointerInputConnection::Channel::KeepRunning()
+{
+    std::lock_guard<std::mutex> lock(lifeMutex);
+    if (running) {
+        return true;
+    }
+    workerDone = true;
+    return false;
+}
+
+void PointerInputConnection::AlgorithmLoop(const std::shared_ptr<Channel>& channel)
 {
     if (!SetThreadName(std::string("os_mot_poi_con"))) {
         MLOGE("SetThreadName std::string(\"os_mot_poi_con\") failed");
@@ -139,9 +206,9 @@ void PointerInputConnection::AlgorithmLoop()
     // races the thread's start then parks the worker until destruction, as it does
     // otherwise, instead of letting it end before it ever waited.
     do {
-        SemWait(&sem_);
-        NotifyPointerEvent();
-    } while (running_);
+        SemWait(&channel->sem);
+        channel->Notify();
+    } while (channel->KeepRunning());
 }
 
 }  // namespace Tarvo::Quil

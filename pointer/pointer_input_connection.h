@@ -19,32 +19,56 @@ namespace Tarvo::Quil {
 class PointerInputConnection {
 public:
     PointerInputConnection();
+    // Removes the monitor and stops the worker before it returns; when it runs on the
+    // worker itself (the host destroying everything from inside a gesture report), the
+    // worker ends as soon as that report returns.
     ~PointerInputConnection();
     PointerInputConnection(const PointerInputConnection&) = delete;
     PointerInputConnection& operator=(const PointerInputConnection&) = delete;
 
-    // Starts the worker and installs the monitor; -1 only for the illegal id -2.
+    // Starts the worker (again, after an unsubscription) and installs the monitor; -1
+    // only for the illegal id -2.
     int SubscribePointerInput();
-    // Removes the monitor; the worker stays parked until destruction.
+    // Removes the monitor; the worker stays parked until destruction or a new
+    // subscription.
     int UnsubscribePointerInput();
     int SubscribePointerEvent(std::function<void(PointerEvent)> callback);
     int UnsubscribePointerEvent();
-
     void PushData(PointerEvent event);
     void NotifyPointerEvent();
 
 private:
-    void AlgorithmLoop();
+    using Subscriber = std::function<void(PointerEvent)>;
 
-    std::deque<PointerEvent> events_;
-    PointerEvent pointerEvent_;
-    sem_t sem_{};
-    std::mutex mutex_;
-    std::function<void(PointerEvent)> callback_;
+    // What the worker and the monitor touch. Shared with the worker thread, so that a
+    // connection destroyed from inside its own worker leaves the worker intact until
+    // it has unwound.
+    struct Channel {
+        ~Channel();
+        void Push(PointerEvent event);
+        void Notify();
+        // False once the worker must end; marks the worker done in the same step.
+        bool KeepRunning();
+
+        std::deque<PointerEvent> events;
+        PointerEvent pointerEvent;  // staging copy of the latest pushed record
+        sem_t sem{};
+        bool semReady = false;
+        std::mutex mutex;
+        // Read by the worker, replaced by the host's thread: atomic shared_ptr access, so
+        // a dispatch keeps the subscriber it started with.
+        std::shared_ptr<const Subscriber> callback;
+        std::atomic<bool> running{false};
+        std::mutex lifeMutex;    // orders `running` changes against the worker's exit
+        bool workerDone = true;  // guarded by lifeMutex
+    };
+
+    static void AlgorithmLoop(const std::shared_ptr<Channel>& channel);
+    void StartWorkerIfNeeded();
+
+    std::shared_ptr<Channel> channel_;
     int32_t monitorId_ = 0;
     bool monitored_ = false;  // AddMonitor was called and not yet undone
-    // Atomic: the destructor clears it while the worker reads it.
-    std::atomic<bool> running_{false};
     std::shared_ptr<std::thread> thread_;
 };
 

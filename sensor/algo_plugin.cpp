@@ -13,10 +13,16 @@ constexpr char kLogTag[] = "AlgoPlugin";
 
 AlgoPlugin::~AlgoPlugin()
 {
-    // A host that destroys the manager without disabling its types would otherwise
-    // leave the sensor worker calling into a destroyed recogniser.
+    // Last resort for a recogniser not held by a shared_ptr: an owner should Unbind
+    // before the derived part goes.
+    Unbind();
+}
+
+void AlgoPlugin::Unbind()
+{
     if (boundType_.has_value()) {
         SensorConnection::GetInstance().UnregisterEvent(*boundType_);
+        boundType_.reset();
     }
 }
 
@@ -52,9 +58,13 @@ int AlgoPlugin::RegisterCallback(int type, std::shared_ptr<IMotionAlgo::Callback
     MLOGD("RegisterCallback Enter");
     // The callback is in place before the binding, so a dispatched sample never finds a
     // bound recogniser without one.
-    callback_ = std::move(callback);
+    std::atomic_store(&callback_, std::move(callback));
+    if (boundType_.has_value() && *boundType_ != type) {
+        SensorConnection::GetInstance().UnregisterEvent(*boundType_);
+    }
     SensorConnection::GetInstance().RegisterEvent(
-        type, [this](int sensorTypeId, void* data) { return StartAlgorithm(sensorTypeId, data); });
+        type, [this](int sensorTypeId, void* data) { return StartAlgorithm(sensorTypeId, data); },
+        weak_from_this().lock());
     boundType_ = type;
     return 0;
 }
@@ -65,14 +75,16 @@ int AlgoPlugin::UnregisterCallback(int type)
     if (boundType_ == type) {
         boundType_.reset();
     }
-    callback_.reset();
+    std::atomic_store(&callback_, std::shared_ptr<IMotionAlgo::Callback>());
     return 0;
 }
 
 int AlgoPlugin::Report(const MotionData& data)
 {
     MLOGD("Report Enter");
-    if (callback_ == nullptr) {
+    // Our own reference: the host may replace or drop the callback during the call.
+    const std::shared_ptr<IMotionAlgo::Callback> callback = std::atomic_load(&callback_);
+    if (callback == nullptr) {
         MLOGE("callback is nullptr");
         return -1;
     }
@@ -96,7 +108,7 @@ int AlgoPlugin::Report(const MotionData& data)
             break;
     }
     if (compared != nullptr && data.*compared != lastData_.*compared) {
-        if (callback_->OnMotionChanged(data) != 0) {
+        if (callback->OnMotionChanged(data) != 0) {
             MLOGE("Failed to report");
             return -1;
         }

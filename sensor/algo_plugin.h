@@ -13,7 +13,8 @@
 
 namespace Tarvo::Quil {
 
-class AlgoPlugin {
+// Shared from the manager: a dispatch in flight keeps its recogniser alive.
+class AlgoPlugin : public std::enable_shared_from_this<AlgoPlugin> {
 public:
     virtual ~AlgoPlugin();
 
@@ -30,6 +31,9 @@ public:
     int RegisterCallback(int type, std::shared_ptr<IMotionAlgo::Callback> callback);
     // Unbinds from the sensor connection, then drops the callback.
     int UnregisterCallback(int type);
+    // Unbinds whatever binding is left, for an owner that goes without disabling. Once
+    // it returns no dispatch runs in this object (unless called from inside one).
+    void Unbind();
     // Delivers `data` unless its compared outcome equals the last delivered one.
     int Report(const MotionData& data);
 
@@ -47,6 +51,8 @@ protected:
     // so that NaN, infinite and huge distances are simply not near.
     static bool IsNearDistance(float distance) { return std::fabs(distance) < 1.0F; }
 
+    // Read by the worker and replaced by the host's thread: accessed only through the
+    // atomic shared_ptr functions, so a report holds its own reference for the call.
     std::shared_ptr<IMotionAlgo::Callback> callback_;
     // Last outcome delivered; all -1 so that the first real outcome always differs.
     MotionData lastData_;

@@ -1,5 +1,8 @@
 #include "sensor_connection.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "motion_log.h"
 #include "thread_support.h"
 
@@ -12,39 +15,71 @@ namespace {
 constexpr char kLogTag[] = "SensorConnection";
 constexpr int64_t kSamplingIntervalNs = 100000000;  // 100 ms
 constexpr int64_t kReportIntervalNs = 100000000;    // 100 ms
+constexpr size_t kInitialRingSlots = 64;
+
+// Outside the instance on purpose: constant-initialised and never destroyed, so a
+// delivery that races the instance's destruction at exit or unload finds them intact
+// and turns back instead of touching a destroyed queue.
+std::atomic<bool> g_accepting{false};
+std::atomic<int> g_deliveriesInFlight{0};
 }  // namespace
 
 SensorConnection::SensorConnection()
 {
     MLOGD("SensorConnection is created");
+    // One subscriber record for every sensor, set up before any subscription so the
+    // service never reads it while it changes.
+    sensorUser_.callback = SensorDataCallbackImpl;
+    ring_.resize(kInitialRingSlots);
     // An unnamed semaphore must be initialised before use; zeroed storage is not a
     // portable semaphore.
     SemInit(&sem_, 0, 0);
     running_ = true;
     thread_ = std::make_unique<std::thread>([this] { AlgorithmLoop(); });
+    g_accepting = true;
 }
 
 SensorConnection::~SensorConnection()
 {
     MLOGD("enter");
+    // Late deliveries turn back from here on; then nothing may still be subscribed to
+    // this module's callback, and any delivery already inside must finish first.
+    g_accepting = false;
+    UnregisterAllSensors();
+    while (g_deliveriesInFlight.load() != 0) {
+        std::this_thread::yield();
+    }
     running_ = false;
     SemPost(&sem_);
     if (thread_ != nullptr && thread_->joinable()) {
-        thread_->join();
+        if (IsWorkerThread()) {
+            // The process is exiting from inside a report: the worker cannot join itself.
+            thread_->detach();
+        } else {
+            thread_->join();
+        }
     }
     thread_.reset();
     SemDestroy(&sem_);
+}
+
+bool SensorConnection::IsWorkerThread() const
+{
+    return thread_ != nullptr && std::this_thread::get_id() == thread_->get_id();
 }
 
 bool SensorConnection::RegisterSensor(int type, int sensorTypeId)
 {
     (void)type;
     MLOGD("enter");
-    sensorUser_.callback = SensorDataCallbackImpl;
     // Steps already done are not undone on a later failure.
     if (SubscribeSensor(sensorTypeId, &sensorUser_) != 0) {
         MLOGE("SubscribeSensor failed");
         return false;
+    }
+    {
+        std::lock_guard<std::mutex> lock(subscribedMutex_);
+        subscribed_.insert(sensorTypeId);
     }
     if (SetBatch(sensorTypeId, &sensorUser_, kSamplingIntervalNs, kReportIntervalNs) != 0) {
         MLOGE("SetBatch failed");
@@ -68,7 +103,26 @@ bool SensorConnection::UnregisterSensor(int type, int sensorTypeId)
         MLOGE("UnsubscribeSensor failed");
         return false;
     }
+    std::lock_guard<std::mutex> lock(subscribedMutex_);
+    subscribed_.erase(sensorTypeId);
     return true;
+}
+
+void SensorConnection::UnregisterAllSensors()
+{
+    std::set<int> sensors;
+    {
+        std::lock_guard<std::mutex> lock(subscribedMutex_);
+        sensors.swap(subscribed_);
+    }
+    for (int sensorTypeId : sensors) {
+        // A sensor that was subscribed but never activated answers the deactivation
+        // with an error; the unsubscription is what matters.
+        (void)DeactivateSensor(sensorTypeId, &sensorUser_);
+        if (UnsubscribeSensor(sensorTypeId, &sensorUser_) != 0) {
+            MLOGE("UnsubscribeSensor failed");
+        }
+    }
 }
 
 bool SensorConnection::IsSupportedSensor(int sensorTypeId)
@@ -90,18 +144,26 @@ bool SensorConnection::IsSupportedSensor(int sensorTypeId)
     return false;
 }
 
-void SensorConnection::RegisterEvent(int type, std::function<int(int, void*)> callback)
+void SensorConnection::RegisterEvent(int type, std::function<int(int, void*)> callback,
+                                     std::shared_ptr<void> owner)
 {
     MLOGD("RegisterEvent enter type:%{public}d", type);
-    std::lock_guard<std::mutex> lock(callbackMutex_);
-    callbacks_[type] = std::move(callback);
+    std::lock_guard<std::recursive_mutex> lock(callbackMutex_);
+    // A binding made from inside a dispatch starts with the next sample, as it would
+    // from any other thread.
+    callbacks_[type] = Binding{std::move(callback), std::move(owner), dispatchSerial_ + 1};
 }
 
 void SensorConnection::UnregisterEvent(int type)
 {
     MLOGD("UnregisterEvent enter");
-    std::lock_guard<std::mutex> lock(callbackMutex_);
-    callbacks_.erase(type);
+    std::shared_ptr<void> owner;  // released after the lock, in case it is the last one
+    std::lock_guard<std::recursive_mutex> lock(callbackMutex_);
+    auto it = callbacks_.find(type);
+    if (it != callbacks_.end()) {
+        owner = std::move(it->second.owner);
+        callbacks_.erase(it);
+    }
 }
 
 void SensorConnection::SensorDataCallbackImpl(SensorEvent* event)
@@ -112,48 +174,100 @@ void SensorConnection::SensorDataCallbackImpl(SensorEvent* event)
         return;
     }
     MLOGD("SensorTypeId:%{public}d", event->sensorTypeId);
-    GetInstance().PushData(*event);
+    g_deliveriesInFlight.fetch_add(1);
+    if (g_accepting.load()) {
+        GetInstance().PushData(*event);
+    }
+    g_deliveriesInFlight.fetch_sub(1);
 }
 
-void SensorConnection::PushData(SensorEvent event)
+void SensorConnection::PushData(const SensorEvent& event)
 {
     MLOGD("enter");
     std::lock_guard<std::mutex> lock(eventMutex_);
-    events_.push_back(event);
+    if (count_ == ring_.size()) {
+        // Full: unroll into a ring twice the size. Only a worker that falls behind gets
+        // here; the storage stays for later bursts.
+        std::vector<Sample> larger(ring_.size() * 2);
+        for (size_t i = 0; i < count_; ++i) {
+            larger[i] = ring_[(head_ + i) % ring_.size()];
+        }
+        ring_.swap(larger);
+        head_ = 0;
+    }
+    Sample& slot = ring_[(head_ + count_) % ring_.size()];
+    slot.sensorTypeId = event.sensorTypeId;
+    slot.timestamp = event.timestamp;
+    slot.hasData = event.data != nullptr;
+    const size_t length = slot.hasData ? std::min<size_t>(event.dataLen, kSampleBytes) : 0;
+    if (length > 0) {
+        std::memcpy(slot.data, event.data, length);
+    }
+    std::memset(slot.data + length, 0, kSampleBytes - length);
+    ++count_;
     SemPost(&sem_);
 }
 
 std::optional<SensorEvent> SensorConnection::GetSensorEvent()
 {
     std::lock_guard<std::mutex> lock(eventMutex_);
-    if (events_.empty()) {
+    if (count_ == 0) {
         MLOGE("No sensorEvent");
         return std::nullopt;
     }
-    return events_.front();
+    Sample& front = ring_[head_];
+    SensorEvent event{};
+    event.sensorTypeId = front.sensorTypeId;
+    event.timestamp = front.timestamp;
+    event.data = front.hasData ? front.data : nullptr;
+    event.dataLen = front.hasData ? static_cast<uint32_t>(kSampleBytes) : 0;
+    return event;
 }
 
 bool SensorConnection::PopData()
 {
     std::lock_guard<std::mutex> lock(eventMutex_);
-    if (events_.empty()) {
+    if (count_ == 0) {
         MLOGE("No sensorEvent");
         return false;
     }
-    events_.pop_front();
+    head_ = (head_ + 1) % ring_.size();
+    --count_;
+    return true;
+}
+
+bool SensorConnection::TakeFront(Sample& out)
+{
+    std::lock_guard<std::mutex> lock(eventMutex_);
+    if (count_ == 0) {
+        QUIL_LOG(LOG_LEVEL_ERROR, kLogTag, "GetSensorEvent", "No sensorEvent");
+        return false;
+    }
+    out = ring_[head_];
+    head_ = (head_ + 1) % ring_.size();
+    --count_;
     return true;
 }
 
 void SensorConnection::NotifyCallback(int sensorTypeId, void* data)
 {
     MLOGD("enter");
-    // Held for the whole dispatch, so a recogniser is never unbound mid-sample.
-    std::lock_guard<std::mutex> lock(callbackMutex_);
-    for (const auto& [type, callback] : callbacks_) {
-        (void)type;
-        if (callback) {
+    // Held for the whole dispatch, so a binding removed from another thread is never
+    // called once the removal returns. Re-entrant calls from a report on this thread
+    // take it again; the walk goes by key, so bindings may change under it.
+    std::lock_guard<std::recursive_mutex> lock(callbackMutex_);
+    const uint64_t serial = ++dispatchSerial_;
+    auto it = callbacks_.begin();
+    while (it != callbacks_.end()) {
+        const int type = it->first;
+        if (it->second.since <= serial && it->second.callback) {
+            // Copies, so the binding may be replaced or removed while it runs; the owner
+            // keeps the recogniser alive until its step is over.
+            std::function<int(int, void*)> callback = it->second.callback;
+            std::shared_ptr<void> owner = it->second.owner;
             callback(sensorTypeId, data);
         }
+        it = callbacks_.upper_bound(type);
     }
 }
 
@@ -174,13 +288,11 @@ void SensorConnection::AlgorithmLoop()
 void SensorConnection::HandleSensorEvent()
 {
     MLOGD("enter");
-    std::optional<SensorEvent> event = GetSensorEvent();
-    if (!event.has_value()) {
+    if (!TakeFront(current_)) {
         MLOGE("event is nullopt");
         return;
     }
-    PopData();
-    NotifyCallback(event->sensorTypeId, event->data);
+    NotifyCallback(current_.sensorTypeId, current_.hasData ? current_.data : nullptr);
 }
 
 }  // namespace Tarvo::Quil

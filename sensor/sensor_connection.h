@@ -6,13 +6,17 @@
 #include <semaphore.h>
 
 #include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
-#include <list>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <thread>
+#include <vector>
 
 #include "sensor_service_client.h"
 #include "singleton.h"
@@ -21,6 +25,17 @@ namespace Tarvo::Quil {
 
 class SensorConnection {
 public:
+    // The values of one queued sample, copied out of the platform's block: the service
+    // may reuse its block before the worker gets to the sample. Sized for the largest
+    // sample the recognisers read, with room to spare; longer samples are cut.
+    static constexpr size_t kSampleBytes = 16 * sizeof(float);
+    struct Sample {
+        int32_t sensorTypeId = 0;
+        int64_t timestamp = 0;
+        bool hasData = false;  // the platform's data pointer was not null
+        alignas(8) uint8_t data[kSampleBytes] = {};
+    };
+
     static SensorConnection& GetInstance() { return Singleton<SensorConnection>::GetInstance(); }
 
     ~SensorConnection();
@@ -30,31 +45,63 @@ public:
     bool RegisterSensor(int type, int sensorTypeId);
     bool UnregisterSensor(int type, int sensorTypeId);
     bool IsSupportedSensor(int sensorTypeId);
-    // Binds `callback` under motion type `type`, replacing an earlier binding.
-    void RegisterEvent(int type, std::function<int(int, void*)> callback);
+    // Binds `callback` under motion type `type`, replacing an earlier binding. `owner` is
+    // kept alive for as long as a dispatch into the binding runs, so the bound object
+    // may be released from inside its own callback.
+    void RegisterEvent(int type, std::function<int(int, void*)> callback,
+                       std::shared_ptr<void> owner = nullptr);
+    // Removes the binding of `type`. Once this returns the binding is never called
+    // again: from another thread it waits out a dispatch in flight; from inside a
+    // dispatch (the host calling back in) the running call simply finishes.
     void UnregisterEvent(int type);
 
     // Called by the sensor service on its delivery thread.
     static void SensorDataCallbackImpl(SensorEvent* event);
-    void PushData(SensorEvent event);
+    void PushData(const SensorEvent& event);
+    // The oldest queued sample; its data pointer is valid until PopData.
     std::optional<SensorEvent> GetSensorEvent();
     bool PopData();
     void NotifyCallback(int sensorTypeId, void* data);
+
+    // Deactivates and unsubscribes every sensor this connection still has subscribed.
+    // Quiet unless a platform call fails; used when the last host object goes and at
+    // unload, so no delivery outlives the code it would call.
+    void UnregisterAllSensors();
 
 private:
     friend class Singleton<SensorConnection>;
     SensorConnection();
 
+    struct Binding {
+        std::function<int(int, void*)> callback;
+        std::shared_ptr<void> owner;
+        uint64_t since = 0;  // dispatches numbered below this one never see the binding
+    };
+
     void AlgorithmLoop();
     void HandleSensorEvent();
+    // Moves the oldest sample into `out`; false (and the queue's error line) when empty.
+    bool TakeFront(Sample& out);
+    bool IsWorkerThread() const;
 
     SensorUser sensorUser_{};
-    std::map<int, std::function<int(int, void*)>> callbacks_;
-    std::list<SensorEvent> events_;
+    // Recursive: the host may call UnregisterEvent/RegisterEvent from inside a dispatch,
+    // on the worker itself, while other threads still wait for the dispatch to end.
+    std::recursive_mutex callbackMutex_;
+    std::map<int, Binding> callbacks_;
+    uint64_t dispatchSerial_ = 0;  // guarded by callbackMutex_
+    // Ring of queued samples; grows by doubling and never shrinks, so a steady stream
+    // allocates nothing.
+    std::vector<Sample> ring_;
+    size_t head_ = 0;
+    size_t count_ = 0;
+    Sample current_;  // the sample being dispatched; worker only
+    std::mutex eventMutex_;
+    // Sensors subscribed through sensorUser_, for UnregisterAllSensors.
+    std::set<int> subscribed_;
+    std::mutex subscribedMutex_;
     std::unique_ptr<std::thread> thread_;
     sem_t sem_{};
-    std::mutex callbackMutex_;
-    std::mutex eventMutex_;
     std::atomic<bool> running_{false};
 };
 

@@ -72,6 +72,10 @@ void HostInputService::DeliveryLoop()
                 monitor(event);
             }
         }
+        // The copies go before the delivery counts as over: their code may belong to a
+        // module that is unloaded as soon as RemoveMonitor returns.
+        monitors.clear();
+        event.reset();
         lock.lock();
         delivering_ = false;
         delivered_.notify_all();

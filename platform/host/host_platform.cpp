@@ -118,6 +118,11 @@ int HostPlatform::ActiveSubscriberCount(int32_t sensorTypeId)
     return HostSensorService::Instance().ActiveSubscriberCount(sensorTypeId);
 }
 
+int HostPlatform::SubscriptionCount()
+{
+    return HostSensorService::Instance().SubscriptionCount();
+}
+
 void HostPlatform::SetMonitorId(int32_t monitorId)
 {
     HostInputService::Instance().SetMonitorId(monitorId);

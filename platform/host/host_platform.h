@@ -71,6 +71,9 @@ public:
     static SubscriptionState GetSubscription(const void* user, int32_t sensorTypeId);
     // Number of subscribers that have activated `sensorTypeId`.
     static int ActiveSubscriberCount(int32_t sensorTypeId);
+    // Number of (subscriber, sensor type) subscriptions held, active or not: 0 once
+    // every client has left the service as it found it.
+    static int SubscriptionCount();
 
     // --- input service ----------------------------------------------------------
     // From now on AddMonitor returns `monitorId` (installing the monitor only when it

@@ -84,25 +84,35 @@ int32_t HostSensorService::Activate(int32_t sensorTypeId, const SensorUser* user
 
 int32_t HostSensorService::Deactivate(int32_t sensorTypeId, const SensorUser* user)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::unique_lock<std::mutex> lock(mutex_);
     auto it = subscriptions_.find({user, sensorTypeId});
     if (FailsLocked(SensorCall::DEACTIVATE_SENSOR, sensorTypeId) || it == subscriptions_.end() ||
         !it->second.active) {
         return kServiceError;
     }
     it->second.active = false;
+    WaitOutDeliveryLocked(lock);
     return 0;
+}
+
+void HostSensorService::WaitOutDeliveryLocked(std::unique_lock<std::mutex>& lock)
+{
+    // A callback that turns around and unsubscribes cannot wait for itself.
+    if (std::this_thread::get_id() != deliveryThread_) {
+        delivered_.wait(lock, [this] { return !delivering_; });
+    }
 }
 
 int32_t HostSensorService::Unsubscribe(int32_t sensorTypeId, const SensorUser* user)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::unique_lock<std::mutex> lock(mutex_);
     auto it = subscriptions_.find({user, sensorTypeId});
     if (FailsLocked(SensorCall::UNSUBSCRIBE_SENSOR, sensorTypeId) || it == subscriptions_.end() ||
         !it->second.subscribed) {
         return kServiceError;
     }
     subscriptions_.erase(it);  // also ends the activation
+    WaitOutDeliveryLocked(lock);
     return 0;
 }
 
@@ -158,6 +168,7 @@ void HostSensorService::Enqueue(Delivery delivery)
 void HostSensorService::DeliveryLoop()
 {
     std::unique_lock<std::mutex> lock(mutex_);
+    deliveryThread_ = std::this_thread::get_id();
     for (;;) {
         wake_.wait(lock, [this] { return !queue_.empty(); });
         Delivery delivery = std::move(queue_.front());
@@ -167,6 +178,7 @@ void HostSensorService::DeliveryLoop()
         Deliver(delivery);
         lock.lock();
         delivering_ = false;
+        delivered_.notify_all();
         lock.unlock();
         WorkerTracker::Instance().Notify();
         lock.lock();
@@ -229,6 +241,12 @@ int HostSensorService::ActiveSubscriberCount(int32_t sensorTypeId)
         std::count_if(subscriptions_.begin(), subscriptions_.end(), [&](const auto& entry) {
             return entry.first.second == sensorTypeId && entry.second.active;
         }));
+}
+
+int HostSensorService::SubscriptionCount()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return static_cast<int>(subscriptions_.size());
 }
 
 bool HostSensorService::Idle()

@@ -41,6 +41,7 @@ public:
     void InjectNullEvent();
     SubscriptionState GetSubscription(const void* user, int32_t sensorTypeId);
     int ActiveSubscriberCount(int32_t sensorTypeId);
+    int SubscriptionCount();
     bool Idle();
     void Reset();
 
@@ -61,6 +62,7 @@ private:
     void Enqueue(Delivery delivery);
     void DeliveryLoop();
     void Deliver(const Delivery& delivery);
+    void WaitOutDeliveryLocked(std::unique_lock<std::mutex>& lock);
 
     std::mutex mutex_;
     std::condition_variable wake_;
@@ -70,6 +72,10 @@ private:
     std::set<std::pair<SensorCall, std::optional<int32_t>>> faults_;
     std::deque<Delivery> queue_;
     bool delivering_ = false;
+    // Deactivate and Unsubscribe wait out a delivery in flight, as a real service does,
+    // so that a client may unload its callback's code once they return.
+    std::condition_variable delivered_;
+    std::thread::id deliveryThread_;
     std::unique_ptr<std::thread> thread_;
     // Sample data stays readable after delivery, because the library reads it later on
     // its worker; blocks are reused round-robin, so a pointer never dangles.
