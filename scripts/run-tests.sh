@@ -12,7 +12,7 @@ ctest --test-dir build --output-on-failure -j"$jobs"
 
 # The Linux platform layer and quil-live: a plain build of their targets and their tests.
 cmake -S . -B build-linux -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUIL_PLATFORM=linux \
-    -DQUIL_BUILD_BENCH=OFF >/dev/null
+    -DQUIL_BUILD_TESTS=ON -DQUIL_BUILD_BENCH=OFF >/dev/null
 cmake --build build-linux -j"$jobs" --target quil_linux_tests quil_live_tests
 ctest --test-dir build-linux --output-on-failure -j"$jobs" -L linux
 

@@ -5,17 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "fake_iio_tree.h"
 #include "linux_platform.h"
 #include "platform_log.h"
-#include "sensor_service_client.h"
 
 namespace Tarvo::Linux {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::SizeIs;
 
 class LinuxLogTest : public ::testing::Test {
 protected:
@@ -55,20 +51,6 @@ TEST_F(LinuxLogTest, LinesAreRenderedWithoutPrivacyFlags)
     PlatformLogPrint(LOG_TYPE_CORE, LOG_LEVEL_DEBUG, 0xD002210, nullptr, "no tag");
     PlatformLogPrint(LOG_TYPE_CORE, LOG_LEVEL_INFO, 0xD002210, "T", nullptr);
     EXPECT_THAT(lines_, ElementsAre("E D002210/AlgoFlip: in Enable, x:3 y%", "D D002210/: no tag"));
-}
-
-TEST_F(LinuxLogTest, DeviceProblemsAreWrittenEvenWithTheLogOff)
-{
-    LinuxPlatform::SetLogLevel(8);
-    Tarvo::Test::FakeIioTree tree;
-    tree.AddDevice(0, "bad");
-    tree.Write(0, "in_proximity_raw", "1");
-    tree.Write(0, "in_proximity_nearlevel", "near");
-    LinuxPlatform::SetSysfsRoot(tree.Root());
-    EXPECT_TRUE(LinuxPlatform::PresentSensors().empty());
-    LinuxPlatform::SetSysfsRoot("/sys");
-    ASSERT_THAT(lines_, SizeIs(1));
-    EXPECT_THAT(lines_[0], HasSubstr("E D002211/LinuxPlatform: sensor skipped: iio:device0 (bad)"));
 }
 
 }  // namespace

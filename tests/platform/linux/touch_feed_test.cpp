@@ -88,25 +88,6 @@ TEST(TouchFeedTest, LostEventsAreAnnouncedAndFingersCanBeReleased)
     EXPECT_EQ(Describe(out[0]), "4 0 10 20 0");
 }
 
-TEST(TouchFeedTest, MonitorsGetTheActingPointerWithItsItem)
-{
-    TouchRecord touch;
-    touch.action = MMI::PointerEvent::POINTER_ACTION_MOVE;
-    touch.pointerId = 1;
-    touch.x = 300;
-    touch.y = 900;
-    touch.pointerIds = {0, 1};
-    const auto event = TouchFeed::ToPointerEvent(touch);
-    EXPECT_EQ(event->GetPointerAction(), MMI::PointerEvent::POINTER_ACTION_MOVE);
-    EXPECT_EQ(event->GetPointerId(), 1);
-    EXPECT_THAT(event->GetPointerIds(), ElementsAre(0, 1));
-    MMI::PointerEvent::PointerItem item;
-    ASSERT_TRUE(event->GetPointerItem(1, item));
-    EXPECT_EQ(item.GetDisplayX(), 300);
-    EXPECT_EQ(item.GetDisplayY(), 900);
-    EXPECT_FALSE(event->GetPointerItem(0, item));
-}
-
 // A real recording played through the live path, then into the plug-in (through
 // quil-replay), recognises what the importer's replay of the same recording does.
 class RecordingTest : public ::testing::TestWithParam<std::string> {
