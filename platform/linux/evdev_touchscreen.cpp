@@ -70,10 +70,15 @@ std::string EvdevTouchscreen::Find(const std::string& dir, std::vector<std::stri
 
     // A screen that says it is direct wins over one that merely lacks the pointer flag.
     std::string fallback;
+    size_t denied = 0;
     for (const auto& [number, path] : nodes) {
         const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
         if (fd < 0) {
-            problems.push_back(OpenError(path, errno));
+            if (errno == EACCES || errno == EPERM) {
+                ++denied;
+            } else {
+                problems.push_back(OpenError(path, errno));
+            }
             continue;
         }
         libevdev* device = nullptr;
@@ -90,6 +95,12 @@ std::string EvdevTouchscreen::Find(const std::string& dir, std::vector<std::stri
         if (touch && fallback.empty()) {
             fallback = path;
         }
+    }
+    if (denied > 0) {
+        // One line for all of them: without the permission it is every node alike.
+        problems.push_back("cannot open " + std::to_string(denied) + " of " +
+                           std::to_string(nodes.size()) + " event nodes in " + dir +
+                           ": permission denied (join the input group or add a udev rule)");
     }
     return fallback;
 }

@@ -41,8 +41,25 @@ std::string LinuxInputService::FindTouchscreen()
         std::string error;
         return screen.Open(path, error) ? path : "";
     }
+    const std::string dir = LinuxSettings::Instance().InputDirectory();
     std::vector<std::string> problems;
-    return EvdevTouchscreen::Find(LinuxSettings::Instance().InputDirectory(), problems);
+    path = EvdevTouchscreen::Find(dir, problems);
+    if (path.empty() && !problems.empty()) {
+        // Nothing found might be a permission problem: say so now, not only when a
+        // gesture is enabled.
+        ReportOnce(LOG_LEVEL_ERROR, NoTouchscreenMessage(dir, problems));
+    }
+    return path;
+}
+
+std::string LinuxInputService::NoTouchscreenMessage(const std::string& dir,
+                                                    const std::vector<std::string>& problems)
+{
+    std::string message = "no touchscreen found in " + dir + "; touch gestures stay silent";
+    for (const std::string& problem : problems) {
+        message += "; " + problem;
+    }
+    return message;
 }
 
 int32_t LinuxInputService::AddMonitor(MMI::PointerMonitor monitor)
@@ -82,10 +99,7 @@ void LinuxInputService::StartReaderLocked()
         const std::string dir = LinuxSettings::Instance().InputDirectory();
         path = EvdevTouchscreen::Find(dir, problems);
         if (path.empty()) {
-            std::string message = "no touchscreen found in " + dir + "; touch gestures stay silent";
-            for (const std::string& problem : problems) {
-                message += "; " + problem;
-            }
+            const std::string message = NoTouchscreenMessage(dir, problems);
             // The lock is held: record and write here rather than through ReportOnce.
             if (reported_.insert(message).second) {
                 LinuxLog::Instance().Write(LOG_LEVEL_ERROR, message);

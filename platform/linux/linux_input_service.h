@@ -38,6 +38,8 @@ private:
     void ReadLoop(std::string path, int wakeFd);
     void Deliver(const std::vector<TouchRecord>& touches);
     void ReportOnce(int level, const std::string& message);
+    static std::string NoTouchscreenMessage(const std::string& dir,
+                                            const std::vector<std::string>& problems);
 
     std::mutex mutex_;
     std::condition_variable delivered_;
