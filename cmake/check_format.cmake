@@ -5,7 +5,8 @@ file(GLOB_RECURSE sources
      ${ROOT}/pointer/*.h ${ROOT}/pointer/*.cpp ${ROOT}/gesture/*.h ${ROOT}/gesture/*.cpp
      ${ROOT}/platform/*.h ${ROOT}/platform/*.cpp ${ROOT}/input/*.h ${ROOT}/input/*.cpp
      ${ROOT}/tools/*.h ${ROOT}/tools/*.cpp
-     ${ROOT}/tests/*.h ${ROOT}/tests/*.cpp ${ROOT}/bench/*.cpp ${ROOT}/fuzz/*.cpp)
+     ${ROOT}/tests/*.h ${ROOT}/tests/*.cpp ${ROOT}/bench/*.cpp ${ROOT}/fuzz/*.cpp
+     ${ROOT}/examples/*.cpp)
 execute_process(COMMAND ${CLANG_FORMAT} --dry-run -Werror ${sources}
                 RESULT_VARIABLE rc ERROR_VARIABLE err)
 if(NOT rc EQUAL 0)

@@ -5,25 +5,31 @@
 #include <array>
 #include <cstdint>
 
+/// \file
+/// The motion type ids a host passes to IMotionAlgo::Enable() and finds in
+/// MotionData::type.
+
 namespace Tarvo::Quil {
 
+/// Motion type ids. The interface takes and reports plain integers; these names are a
+/// convenience. Ids 1, 5 and 8 are unused.
 enum MotionType : int32_t {
-    MOTION_TYPE_PICKUP = 0,
-    MOTION_TYPE_NEAR_EAR = 2,
-    MOTION_TYPE_FLIP = 3,
-    MOTION_TYPE_ROTATE = 4,
-    MOTION_TYPE_SHAKE = 6,
-    MOTION_TYPE_POCKET = 7,
-    MOTION_TYPE_SWIPE_LEFT = 9,    // from the right edge, direction 1
-    MOTION_TYPE_SWIPE_RIGHT = 10,  // from the left edge, direction 3
-    MOTION_TYPE_SWIPE_UP = 11,     // from the bottom edge, direction 0
-    MOTION_TYPE_PINCH = 12,
-    MOTION_TYPE_THREE_FINGERS_SLIDE = 13,
+    MOTION_TYPE_PICKUP = 0,        ///< device picked up (accelerometer)
+    MOTION_TYPE_NEAR_EAR = 2,      ///< device raised to the ear (accelerometer, proximity)
+    MOTION_TYPE_FLIP = 3,          ///< device flipped over (accelerometer)
+    MOTION_TYPE_ROTATE = 4,        ///< display orientation (accelerometer)
+    MOTION_TYPE_SHAKE = 6,         ///< device shaken (accelerometer)
+    MOTION_TYPE_POCKET = 7,        ///< device put into a pocket (accelerometer, proximity, light)
+    MOTION_TYPE_SWIPE_LEFT = 9,    ///< one-finger swipe in from the right edge, direction 1
+    MOTION_TYPE_SWIPE_RIGHT = 10,  ///< one-finger swipe in from the left edge, direction 3
+    MOTION_TYPE_SWIPE_UP = 11,     ///< one-finger swipe up from the bottom edge, direction 0
+    MOTION_TYPE_PINCH = 12,        ///< two-finger pinch
+    MOTION_TYPE_THREE_FINGERS_SLIDE = 13,  ///< three-finger slide
 };
 
-// Every supported type, in the order IsSupportType scans them.
+/// Every supported type, in the order IsSupportType scans them.
 inline constexpr std::array<int32_t, 11> kSupportTypes = {2, 0, 3, 7, 4, 6, 9, 10, 11, 12, 13};
-// The touch gesture types; the rest of kSupportTypes are device motions.
+/// The touch gesture types; the rest of kSupportTypes are device motions.
 inline constexpr std::array<int32_t, 5> kGestureTypes = {9, 10, 11, 12, 13};
 
 }  // namespace Tarvo::Quil

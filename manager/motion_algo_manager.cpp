@@ -51,6 +51,7 @@ MotionAlgoManager::~MotionAlgoManager()
         }
     }
     SensorConnection::GetInstance().UnregisterAllSensors();
+    SensorConnection::GetInstance().WaitForDispatch();
     // The pointer connection removes its monitor and stops its worker as it goes.
     gestureManager_.reset();
     pointer_.reset();
@@ -59,6 +60,7 @@ MotionAlgoManager::~MotionAlgoManager()
 int MotionAlgoManager::RegisterCallback(std::shared_ptr<Callback> callback)
 {
     MLOGD("enter");
+    std::lock_guard<std::mutex> lock(mutex_);
     // The first registration wins until UnregisterCallback.
     if (callback_ == nullptr) {
         callback_ = std::move(callback);
@@ -69,6 +71,7 @@ int MotionAlgoManager::RegisterCallback(std::shared_ptr<Callback> callback)
 int MotionAlgoManager::UnregisterCallback()
 {
     MLOGD("UnregisterCallback enter");
+    std::lock_guard<std::mutex> lock(mutex_);
     // Recognisers and the gesture pipeline keep the copies they were given.
     callback_.reset();
     return 0;
@@ -77,6 +80,7 @@ int MotionAlgoManager::UnregisterCallback()
 int MotionAlgoManager::Enable(int type)
 {
     MLOGD("Enter");
+    std::lock_guard<std::mutex> lock(mutex_);
     if (IsGestureType(type)) {
         MLOGD("Found gesture type");
         if (EnableGesture(type) != 0) {
@@ -99,16 +103,29 @@ int MotionAlgoManager::Enable(int type)
 int MotionAlgoManager::Disable(int type)
 {
     MLOGD("Enter");
+    int result = 0;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        result = DisableLocked(type);
+    }
+    // Outside the lock: the report in flight may itself be calling in.
+    SensorConnection::GetInstance().WaitForDispatch();
+    return result;
+}
+
+int MotionAlgoManager::DisableLocked(int type)
+{
+    // Logs as the operation the host called.
     if (IsGestureType(type)) {
-        MLOGD("Found gesture motion type");
+        QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "Disable", "Found gesture motion type");
         if (DisableGesture(type) != 0) {
-            MLOGE("Failed to disable gesture");
+            QUIL_LOG(LOG_LEVEL_ERROR, kLogTag, "Disable", "Failed to disable gesture");
             return -1;
         }
     } else {
-        MLOGD("Found sensor motion type");
+        QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "Disable", "Found sensor motion type");
         if (DisableSensorType(type) != 0) {
-            MLOGE("Failed to disable sensor channel");
+            QUIL_LOG(LOG_LEVEL_ERROR, kLogTag, "Disable", "Failed to disable sensor channel");
             return -1;
         }
     }
@@ -125,11 +142,13 @@ int MotionAlgoManager::DisableCount(int /*type*/)
 
 bool MotionAlgoManager::IsSupportType(int type)
 {
+    std::lock_guard<std::mutex> lock(mutex_);
     return std::find(supportTypes_.begin(), supportTypes_.end(), type) != supportTypes_.end();
 }
 
 bool MotionAlgoManager::CheckActiveAlgo()
 {
+    std::lock_guard<std::mutex> lock(mutex_);
     return activeCount_ == 0;
 }
 

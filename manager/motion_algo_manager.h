@@ -7,6 +7,7 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <set>
 
 #include "algo_gesture_manager.h"
@@ -33,6 +34,7 @@ public:
     bool CheckActiveAlgo() override;
 
 private:
+    int DisableLocked(int type);
     int EnableSensorType(int type);
     int DisableSensorType(int type);
     int EnableGesture(int type);
@@ -42,6 +44,9 @@ private:
                                                const char* op) const;
     bool IsGestureType(int type) const;
 
+    // Serialises the operations: the host may call in from its own threads and from
+    // inside reports on both workers at once. Never held while waiting for a worker.
+    std::mutex mutex_;
     std::shared_ptr<IMotionAlgo::Callback> callback_;
     std::shared_ptr<PointerInputConnection> pointer_;
     std::shared_ptr<AlgoGestureManager> gestureManager_;

@@ -3,7 +3,9 @@
 set -euo pipefail
 
 packages=(g++ make cmake ninja-build pkg-config binutils libcjson-dev libgtest-dev libgmock-dev
-          libbenchmark-dev clang-format libevdev-dev)
+          libbenchmark-dev clang-format libevdev-dev
+          # packages, man pages and the reference
+          dpkg-dev fakeroot file lintian scdoc doxygen man-db)
 missing=()
 for pkg in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q "install ok installed" || missing+=("$pkg")

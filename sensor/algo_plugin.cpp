@@ -15,7 +15,10 @@ AlgoPlugin::~AlgoPlugin()
 {
     // Last resort for a recogniser not held by a shared_ptr: an owner should Unbind
     // before the derived part goes.
-    Unbind();
+    if (boundType_.has_value()) {
+        Unbind();
+        SensorConnection::GetInstance().WaitForDispatch();
+    }
 }
 
 void AlgoPlugin::Unbind()

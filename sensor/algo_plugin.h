@@ -31,8 +31,9 @@ public:
     int RegisterCallback(int type, std::shared_ptr<IMotionAlgo::Callback> callback);
     // Unbinds from the sensor connection, then drops the callback.
     int UnregisterCallback(int type);
-    // Unbinds whatever binding is left, for an owner that goes without disabling. Once
-    // it returns no dispatch runs in this object (unless called from inside one).
+    // Unbinds whatever binding is left, for an owner that goes without disabling: no
+    // dispatch starts in this object afterwards (see SensorConnection::WaitForDispatch
+    // for one already running).
     void Unbind();
     // Delivers `data` unless its compared outcome equals the last delivered one.
     int Report(const MotionData& data);

@@ -148,22 +148,34 @@ void SensorConnection::RegisterEvent(int type, std::function<int(int, void*)> ca
                                      std::shared_ptr<void> owner)
 {
     MLOGD("RegisterEvent enter type:%{public}d", type);
-    std::lock_guard<std::recursive_mutex> lock(callbackMutex_);
-    // A binding made from inside a dispatch starts with the next sample, as it would
-    // from any other thread.
-    callbacks_[type] = Binding{std::move(callback), std::move(owner), dispatchSerial_ + 1};
+    std::shared_ptr<void> replaced;  // released after the lock, in case it is the last one
+    std::lock_guard<std::mutex> lock(callbackMutex_);
+    Binding& binding = callbacks_[type];
+    replaced = std::move(binding.owner);
+    // A binding made while a sample is being dispatched starts with the next sample.
+    binding = Binding{std::move(callback), std::move(owner), dispatchSerial_ + 1};
 }
 
 void SensorConnection::UnregisterEvent(int type)
 {
     MLOGD("UnregisterEvent enter");
     std::shared_ptr<void> owner;  // released after the lock, in case it is the last one
-    std::lock_guard<std::recursive_mutex> lock(callbackMutex_);
+    std::lock_guard<std::mutex> lock(callbackMutex_);
     auto it = callbacks_.find(type);
     if (it != callbacks_.end()) {
         owner = std::move(it->second.owner);
         callbacks_.erase(it);
     }
+}
+
+void SensorConnection::WaitForDispatch()
+{
+    if (IsWorkerThread()) {
+        return;
+    }
+    std::unique_lock<std::mutex> lock(callbackMutex_);
+    const uint64_t serial = dispatchSerial_;
+    dispatchEnded_.wait(lock, [&] { return !dispatching_ || dispatchSerial_ != serial; });
 }
 
 void SensorConnection::SensorDataCallbackImpl(SensorEvent* event)
@@ -252,23 +264,37 @@ bool SensorConnection::TakeFront(Sample& out)
 void SensorConnection::NotifyCallback(int sensorTypeId, void* data)
 {
     MLOGD("enter");
-    // Held for the whole dispatch, so a binding removed from another thread is never
-    // called once the removal returns. Re-entrant calls from a report on this thread
-    // take it again; the walk goes by key, so bindings may change under it.
-    std::lock_guard<std::recursive_mutex> lock(callbackMutex_);
-    const uint64_t serial = ++dispatchSerial_;
-    auto it = callbacks_.begin();
-    while (it != callbacks_.end()) {
-        const int type = it->first;
-        if (it->second.since <= serial && it->second.callback) {
-            // Copies, so the binding may be replaced or removed while it runs; the owner
-            // keeps the recogniser alive until its step is over.
-            std::function<int(int, void*)> callback = it->second.callback;
-            std::shared_ptr<void> owner = it->second.owner;
-            callback(sensorTypeId, data);
-        }
-        it = callbacks_.upper_bound(type);
+    uint64_t serial = 0;
+    {
+        std::lock_guard<std::mutex> lock(callbackMutex_);
+        serial = ++dispatchSerial_;
+        dispatching_ = true;
     }
+    // Bindings are looked up one at a time by key, so they may change between calls:
+    // a removed one is never called again, one added during this sample waits for the
+    // next. The copies keep the running binding, and its recogniser, alive even if the
+    // host removes it from inside the call.
+    std::optional<int> lastType;
+    for (;;) {
+        std::function<int(int, void*)> callback;
+        std::shared_ptr<void> owner;
+        {
+            std::lock_guard<std::mutex> lock(callbackMutex_);
+            auto it = lastType.has_value() ? callbacks_.upper_bound(*lastType) : callbacks_.begin();
+            while (it != callbacks_.end() && (it->second.since > serial || !it->second.callback)) {
+                ++it;
+            }
+            if (it == callbacks_.end()) {
+                dispatching_ = false;
+                break;
+            }
+            lastType = it->first;
+            callback = it->second.callback;
+            owner = it->second.owner;
+        }
+        callback(sensorTypeId, data);
+    }
+    dispatchEnded_.notify_all();
 }
 
 void SensorConnection::AlgorithmLoop()

@@ -50,10 +50,13 @@ public:
     // may be released from inside its own callback.
     void RegisterEvent(int type, std::function<int(int, void*)> callback,
                        std::shared_ptr<void> owner = nullptr);
-    // Removes the binding of `type`. Once this returns the binding is never called
-    // again: from another thread it waits out a dispatch in flight; from inside a
-    // dispatch (the host calling back in) the running call simply finishes.
+    // Removes the binding of `type`: no dispatch starts a call into it any more. A call
+    // already running is not waited for here (the caller may hold a lock the reporting
+    // host needs); WaitForDispatch does that.
     void UnregisterEvent(int type);
+    // Returns once the dispatch in flight, if any, has ended; at once on the worker
+    // itself (a report calling back in cannot wait for itself).
+    void WaitForDispatch();
 
     // Called by the sensor service on its delivery thread.
     static void SensorDataCallbackImpl(SensorEvent* event);
@@ -85,11 +88,13 @@ private:
     bool IsWorkerThread() const;
 
     SensorUser sensorUser_{};
-    // Recursive: the host may call UnregisterEvent/RegisterEvent from inside a dispatch,
-    // on the worker itself, while other threads still wait for the dispatch to end.
-    std::recursive_mutex callbackMutex_;
+    // Guards the bindings and the dispatch record; never held while a binding runs, so
+    // the host may bind and unbind from inside a report, on any thread.
+    std::mutex callbackMutex_;
+    std::condition_variable dispatchEnded_;
     std::map<int, Binding> callbacks_;
-    uint64_t dispatchSerial_ = 0;  // guarded by callbackMutex_
+    uint64_t dispatchSerial_ = 0;
+    bool dispatching_ = false;
     // Ring of queued samples; grows by doubling and never shrinks, so a steady stream
     // allocates nothing.
     std::vector<Sample> ring_;

@@ -117,6 +117,29 @@ TEST_F(AlgoFlipTest, BadSamplesNeverBreakTheMachine)
     EXPECT_THAT(callback_->Reports(), IsEmpty());
 }
 
+TEST_F(AlgoFlipTest, SampleThatIsNoNumberNeverLeavesAFlippedPose)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    // Face up, flipped and back: the end pose holds unless z > 0 or |roll| < 160.
+    Acc(0.1F, 0.2F, 9.8F);
+    Acc(6.9F, 0.2F, 6.9F);
+    Acc(0.1F, 0.2F, 9.8F);
+    Acc(nan, nan, nan);
+    EXPECT_THAT(callback_->Reports(), ElementsAre(IsReport(3, 1)));
+    Acc(0.1F, 0.2F, -9.8F);
+    EXPECT_THAT(callback_->Reports(), ElementsAre(IsReport(3, 1), IsReport(3, 0)));
+
+    // Upright, flipped flat: it holds unless z < 0 or |roll| > 20.
+    Acc(0.0F, 9.8F, 0.0F);
+    Acc(6.9F, 0.0F, -6.9F);
+    Acc(0.2F, 0.1F, -9.8F);
+    Acc(nan, 0.0F, nan);
+    EXPECT_THAT(callback_->Reports(), ElementsAre(IsReport(3, 1), IsReport(3, 0), IsReport(3, 1)));
+    Acc(5.0F, 0.0F, -8.0F);
+    EXPECT_THAT(callback_->Reports(),
+                ElementsAre(IsReport(3, 1), IsReport(3, 0), IsReport(3, 1), IsReport(3, 0)));
+}
+
 TEST_F(AlgoFlipTest, RepeatedOutcomesAreDeduplicatedAcrossAttempts)
 {
     for (int attempt = 0; attempt < 2; ++attempt) {

@@ -78,6 +78,34 @@ TEST_F(AlgoPickupTest, NoSampleYetMeansErrorsButNoCrash)
     EXPECT_THAT(callback_->Reports(), IsEmpty());
 }
 
+TEST_F(AlgoPickupTest, SamplesThatAreNoNumberTakeTheOtherwiseBranches)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    Repeat(20, 0.1F, 0.2F, 9.8F);  // flat from power-on: never accepted so far
+    Acc(nan, 0.2F, 9.8F);          // fits no pose: a miss like any other
+    Repeat(5, 0.1F, 0.2F, 9.8F);   // so now the fifth flat sample converts
+    Acc(nan, 0.2F, 9.8F);          // not in the stillness band: moving
+    Acc(nan, nan, nan);            // pitch not in (0, 135): no pick-up
+    EXPECT_THAT(callback_->Reports(), IsEmpty());
+    Acc(0.3F, 8.5F, 4.9F);  // pitch 120, magnitude 9.8: picked up only if moving
+    Acc(nan, nan, nan);     // pitch neither above 135 nor below 0: still picked up
+    EXPECT_THAT(Results(), ElementsAre(1));
+    Acc(0.3F, 3.1F, 9.2F);  // pitch 161
+    EXPECT_THAT(Results(), ElementsAre(1, 0));
+}
+
+TEST_F(AlgoNearEarTest, SampleThatIsNoNumberIsNotStill)
+{
+    Acc(0.1F, 1.6F, 9.7F);
+    Repeat(5, 0.1F, 0.2F, 9.8F);                               // at rest, flat
+    Acc(0.1F, std::numeric_limits<float>::quiet_NaN(), 9.8F);  // magnitude and pitch too
+    Sample(12, 0.0F);  // covered, but a pitch that is no number is not at the ear
+    EXPECT_THAT(callback_->Reports(), IsEmpty());
+    // Within the stillness band: reported only because the sample above left stillness.
+    Acc(3.3F, 8.6F, 2.7F);
+    EXPECT_THAT(Results(), ElementsAre(1));
+}
+
 TEST_F(AlgoNearEarTest, RaisedToTheEarNeedsTheProximitySensorCovered)
 {
     LiftFromTable();

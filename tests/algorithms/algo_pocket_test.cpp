@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <limits>
+
 #include "log_capture.h"
 #include "recogniser_fixture.h"
 
@@ -46,6 +48,20 @@ TEST_F(AlgoPocketTest, BoundariesAreStrict)
     Sample(5, 74.9F);
     Repeat(6, 0.0F, 0.0F, 9.0F);  // |z| exactly 9 is not enough
     EXPECT_THAT(Results(), ElementsAre(0));
+}
+
+TEST_F(AlgoPocketTest, ReadingsThatAreNoNumberDoNotQualify)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    Sample(12, 0.0F);
+    Sample(5, 3.0F);
+    Repeat(4, 0.1F, 0.2F, 9.8F);
+    Acc(nan, nan, nan);  // |z| not above 9: out, and not counted
+    EXPECT_THAT(Results(), ElementsAre(0));
+    Acc(0.1F, 0.2F, 9.8F);  // the fifth qualifying sample
+    EXPECT_THAT(Results(), ElementsAre(0, 1));
+    Sample(5, nan);  // an intensity below 75 is dark; this one is not
+    EXPECT_THAT(Results(), ElementsAre(0, 1, 0));
 }
 
 TEST_F(AlgoPocketTest, StepsWithoutDataReportOutAndNeverCrash)

@@ -1,6 +1,8 @@
 // Rotation and shake: stateless recognisers whose repeats the report path drops.
 #include <gmock/gmock.h>
 
+#include <limits>
+
 #include "algo_rotate.h"
 #include "algo_shake.h"
 #include "log_capture.h"
@@ -55,6 +57,15 @@ TEST_F(AlgoRotateTest, RangeCheckRejectsOnlyBeyondAHundred)
     EXPECT_EQ(algo_.StartAlgorithm(1, nullptr), -1);
 }
 
+TEST_F(AlgoRotateTest, AngleThatIsNoNumberIsTheRemainingOrientation)
+{
+    Acc(-9.8F, 0.0F, 0.0F);
+    EXPECT_EQ(Acc(std::numeric_limits<float>::infinity(), 0.0F, 0.0F), -1);  // beyond 100
+    // Within range and not flat, but its angle lies in no open interval: code 0.
+    EXPECT_EQ(Acc(std::numeric_limits<float>::quiet_NaN(), 9.8F, 0.0F), 0);
+    EXPECT_THAT(Orientations(callback_->Reports()), ElementsAre(3, 0));
+}
+
 TEST_F(AlgoShakeTest, ShakesAreReportedOnceAndCalmOnce)
 {
     Acc(0.3F, 9.6F, 1.4F);
@@ -78,6 +89,14 @@ TEST_F(AlgoShakeTest, WithoutASampleItAsksTwiceAndReportsCalm)
     Sample(12, 0.0F);
     EXPECT_EQ(log.Count("AlgoShake", "in IsShake, data_ is nullptr"), 2);
     EXPECT_THAT(Results(), ElementsAre(0));
+}
+
+TEST_F(AlgoShakeTest, NoNumberIsCalmAndInfinityIsAShake)
+{
+    Acc(0.0F, 0.0F, -20.0F);
+    Acc(std::numeric_limits<float>::quiet_NaN(), 0.0F, 0.0F);
+    Acc(0.0F, -std::numeric_limits<float>::infinity(), 0.0F);
+    EXPECT_THAT(Results(), ElementsAre(1, 0, 1));
 }
 
 }  // namespace

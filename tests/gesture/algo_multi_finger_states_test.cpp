@@ -106,6 +106,24 @@ TEST_F(TwoFingerTest, TwoFingerDownEdgeCases)
                              LOG_LEVEL_ERROR));
 }
 
+TEST(ZeroReferencePinchTest, ScaleChangesThatAreNoNumberAreNotReported)
+{
+    GestureDriver g;
+    g.Down(0, 500, 1000, {0});
+    g.Move(0, 520, 1000, {0});
+    // The move state takes a second finger on the first one's spot: reference distance 0.
+    ASSERT_EQ(g.Down(1, 520, 1000, {0, 1}), STATE_TWO_FINGERS_DOWN);
+    EXPECT_EQ(g.Data().distance, 0);
+    g.Move(1, 600, 1000, {0, 1});
+    EXPECT_EQ(g.Move(1, 900, 1000, {0, 1}), STATE_PINCH);   // infinite scale: opening
+    EXPECT_EQ(g.Move(1, 520, 1000, {0, 1}), STATE_PINCH);   // 0/0
+    EXPECT_EQ(g.Move(1, 1000, 1000, {0, 1}), STATE_PINCH);  // infinite again: no change either
+    EXPECT_TRUE(std::isinf(GestureDriver::Report().move));
+    EXPECT_EQ(g.Up(1, 1000, 1000, {0, 1}), STATE_ONE_FINGER_DOWN);
+    EXPECT_THAT(g.Reports(), ElementsAre(AllOf(IsReport(12, 1), WithStatus(1), WithAction(0)),
+                                         AllOf(IsReport(12, 2), WithStatus(3))));
+}
+
 class ThreeFingerTest : public testing::Test {
 protected:
     void SetUp() override

@@ -5,6 +5,8 @@
 
 #include <climits>
 
+#include "motion_version.h"
+
 namespace Tarvo::Replay {
 
 std::string PluginLoader::DefaultPath()
@@ -14,7 +16,13 @@ std::string PluginLoader::DefaultPath()
     std::string dir = length > 0 ? std::string(self, static_cast<size_t>(length)) : ".";
     const size_t slash = dir.rfind('/');
     dir = slash == std::string::npos ? "." : dir.substr(0, slash);
-    return dir + "/libquil_motion.so";
+    const std::string beside = dir + "/libquil_motion.so";
+    if (access(beside.c_str(), F_OK) == 0) {
+        return beside;
+    }
+    // Installed: the plug-in is in the library directory, which the program's run path
+    // and the loader's default directories cover.
+    return QUIL_MOTION_PLUGIN_SONAME;
 }
 
 bool PluginLoader::Load(const std::string& path, std::string& error)

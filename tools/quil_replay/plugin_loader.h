@@ -13,7 +13,7 @@ public:
     PluginLoader(const PluginLoader&) = delete;
     PluginLoader& operator=(const PluginLoader&) = delete;
 
-    // `path` empty: libquil_motion.so beside the running program.
+    // `path` empty: libquil_motion.so beside the running program, else the installed one.
     bool Load(const std::string& path, std::string& error);
     Quil::IMotionAlgo* Create() const { return create_(); }
     void Destroy(Quil::IMotionAlgo* algo) const { destroy_(algo); }
