@@ -63,7 +63,17 @@ install(TARGETS ${QUIL_TOOL_TARGETS} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
 
 set(QUIL_PLOT_SCRIPT ${PROJECT_SOURCE_DIR}/tools/quil_plot/quil-plot)
 if(EXISTS ${QUIL_PLOT_SCRIPT})
-  install(PROGRAMS ${QUIL_PLOT_SCRIPT} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  # The script finds its package beside its real path, so both go to one data
+  # directory and the program directory gets a relative link.
+  set(QUIL_PLOT_DIR ${CMAKE_INSTALL_DATADIR}/quil-motion)
+  install(PROGRAMS ${QUIL_PLOT_SCRIPT} DESTINATION ${QUIL_PLOT_DIR} COMPONENT tools)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/tools/quil_plot/quil_plot DESTINATION ${QUIL_PLOT_DIR}
+          COMPONENT tools PATTERN __pycache__ EXCLUDE)
+  file(RELATIVE_PATH QUIL_BIN_TO_PLOT /${CMAKE_INSTALL_BINDIR} /${QUIL_PLOT_DIR}/quil-plot)
+  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/install-links)
+  file(CREATE_LINK ${QUIL_BIN_TO_PLOT} ${CMAKE_BINARY_DIR}/install-links/quil-plot SYMBOLIC)
+  install(FILES ${CMAKE_BINARY_DIR}/install-links/quil-plot DESTINATION ${CMAKE_INSTALL_BINDIR}
+          COMPONENT tools)
 endif()
 
 # --- man pages --------------------------------------------------------------------

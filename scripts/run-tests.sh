@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Sets up, builds and runs the whole test suite: once as released, once under
-# AddressSanitizer + UndefinedBehaviorSanitizer, once under ThreadSanitizer; and the
-# Linux platform layer's own tests in a plain Linux-platform build.
+# AddressSanitizer + UndefinedBehaviorSanitizer, once under ThreadSanitizer, with the
+# Linux platform layer's own tests in a plain Linux-platform build; then fuzzes every
+# fuzz target for a bounded time (scripts/fuzz.sh, when clang is there).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
@@ -23,3 +24,5 @@ ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
 scripts/build.sh build-tsan -DQUIL_SANITIZE=thread -DQUIL_BUILD_BENCH=OFF
 TSAN_OPTIONS=halt_on_error=1 \
     ctest --test-dir build-tsan --output-on-failure -j"$jobs" -E '^format$'
+
+scripts/fuzz.sh 60

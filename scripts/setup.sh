@@ -3,9 +3,15 @@
 set -euo pipefail
 
 packages=(g++ make cmake ninja-build pkg-config binutils libcjson-dev libgtest-dev libgmock-dev
-          libbenchmark-dev clang-format libevdev-dev
+          libbenchmark-dev clang-format
+          # touch decoding (event names) in the importer and the Linux platform
+          libevdev-dev
+          # libFuzzer runs
+          clang libclang-rt-14-dev
           # packages, man pages and the reference
-          dpkg-dev fakeroot file lintian scdoc doxygen man-db)
+          dpkg-dev fakeroot file lintian scdoc doxygen man-db
+          # quil-plot and its tests
+          python3 python3-matplotlib python3-pil python3-pytest)
 missing=()
 for pkg in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q "install ok installed" || missing+=("$pkg")

@@ -104,8 +104,8 @@ public:
     /// \param sensorTypeId a sensor type id.
     /// \return the number of subscribers that have activated the sensor.
     static int ActiveSubscriberCount(int32_t sensorTypeId);
-    // Number of (subscriber, sensor type) subscriptions held, active or not: 0 once
-    // every client has left the service as it found it.
+    /// \return the number of (subscriber, sensor type) subscriptions held, active or
+    ///         not: 0 once every client has left the service as it found it.
     static int SubscriptionCount();
 
     // --- input service ----------------------------------------------------------

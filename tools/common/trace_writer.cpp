@@ -77,7 +77,7 @@ std::string TraceWriter::FormatStamp(double ms)
     if (!std::isfinite(ms) || ms < 0.0) {
         ms = 0.0;
     }
-    char buffer[64];
+    char buffer[512];  // room for the largest double in fixed notation
     std::snprintf(buffer, sizeof buffer, "%.3f", ms);
     std::string text = buffer;
     while (text.back() == '0') {

@@ -4,6 +4,8 @@
 #include <cctype>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
+#include <utility>
 #include <vector>
 
 namespace Tarvo::Import {
@@ -99,31 +101,21 @@ bool EndsWith(const std::string& text, const std::string& suffix)
 std::optional<TimeUnit> TimeUnitOfName(const std::string& name)
 {
     const std::string n = Lower(name);
-    for (const char* s : {"(ns)", "[ns]", "_ns", " ns", "nano"}) {
-        if (Contains(n, s)) {
-            return TimeUnit::NS;
+    // Bracketed units anywhere, bare ones only at the end ("time_since_boot" is no unit).
+    const std::pair<TimeUnit, std::vector<std::string>> kUnits[] = {
+        {TimeUnit::NS, {"ns", "nsec", "nanos", "nanoseconds"}},
+        {TimeUnit::US, {"us", "usec", "µs", "micros", "microseconds"}},
+        {TimeUnit::MS, {"ms", "msec", "millis", "milliseconds"}},
+        {TimeUnit::S, {"s", "sec", "secs", "seconds"}},
+    };
+    for (const auto& [unit, names] : kUnits) {
+        for (const std::string& u : names) {
+            if (Contains(n, ("(" + u + ")").c_str()) || Contains(n, ("[" + u + "]").c_str()) ||
+                n == u || EndsWith(n, "_" + u) || EndsWith(n, " " + u) || EndsWith(n, "-" + u) ||
+                (u.size() > 2 && EndsWith(n, u))) {
+                return unit;
+            }
         }
-    }
-    for (const char* s : {"(us)", "[us]", "_us", " us", "micro", "(µs)", "[µs]"}) {
-        if (Contains(n, s)) {
-            return TimeUnit::US;
-        }
-    }
-    for (const char* s : {"(ms)", "[ms]", "_ms", " ms", "milli"}) {
-        if (Contains(n, s)) {
-            return TimeUnit::MS;
-        }
-    }
-    for (const char* s : {"(s)", "[s]", "_s", " s", "sec"}) {
-        if (Contains(n, s) || EndsWith(n, std::string(s))) {
-            return TimeUnit::S;
-        }
-    }
-    if (n == "ns" || n == "us" || n == "ms" || n == "s") {
-        return n == "ns"   ? TimeUnit::NS
-               : n == "us" ? TimeUnit::US
-               : n == "ms" ? TimeUnit::MS
-                           : TimeUnit::S;
     }
     return std::nullopt;
 }
@@ -196,9 +188,10 @@ bool MapHeader(const Row& header, CsvReader::Layout& layout, std::optional<TimeU
             layout.prox = layout.prox < 0 ? column : layout.prox;
         } else if (Contains(base, "light") || Contains(base, "lux") || Contains(base, "illum")) {
             layout.light = layout.light < 0 ? column : layout.light;
-        } else if (Contains(base, "time") || Contains(base, "stamp") || base == "t" ||
-                   base == "ts" || base == "ns" || base == "ms" || base == "us" || base == "s" ||
-                   base == "sec" || base == "seconds") {
+        } else if (Contains(base, "time") || Contains(base, "stamp") || Contains(base, "elapsed") ||
+                   Contains(base, "nanos") || base == "t" || base == "ts" || base == "ns" ||
+                   base == "ms" || base == "us" || base == "s" || base == "sec" ||
+                   base == "seconds") {
             if (layout.time < 0) {
                 layout.time = column;
                 timeUnit = TimeUnitOfName(header.cells[i]);
@@ -261,6 +254,17 @@ double MsPerUnit(TimeUnit unit)
             break;
     }
     return 1e-6;
+}
+
+// Out-of-range values become infinities, as strtof would give them; a plain cast of
+// such a double is undefined.
+float ToFloat(double value)
+{
+    if (std::isfinite(value) && std::fabs(value) > std::numeric_limits<float>::max()) {
+        return value < 0 ? -std::numeric_limits<float>::infinity()
+                         : std::numeric_limits<float>::infinity();
+    }
+    return static_cast<float>(value);
 }
 
 double Median(std::vector<double> values)
@@ -349,7 +353,7 @@ bool CsvReader::Read(std::istream& in, const std::string& name, const Options& o
                 if (!number(row, c, c == layout.prox ? "proximity" : "light", value)) {
                     return false;
                 }
-                (c == layout.prox ? sample.prox : sample.light) = static_cast<float>(value);
+                (c == layout.prox ? sample.prox : sample.light) = ToFloat(value);
             }
         }
         // A sensor that has not started yet reads exactly zero on every axis; a running
@@ -367,9 +371,9 @@ bool CsvReader::Read(std::istream& in, const std::string& name, const Options& o
         }
         lastTime = t;
         sample.timeMs = (t - firstTime) * MsPerUnit(layout.timeUnit);
-        sample.x = static_cast<float>(v[0]) * scale;
-        sample.y = static_cast<float>(v[1]) * scale;
-        sample.z = static_cast<float>(v[2]) * scale;
+        sample.x = ToFloat(v[0]) * scale;
+        sample.y = ToFloat(v[1]) * scale;
+        sample.z = ToFloat(v[2]) * scale;
         ++counts.samples;
         onSample(sample);
         return true;

@@ -1,0 +1,141 @@
+#include "csv_reader.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <sstream>
+#include <vector>
+
+namespace Tarvo::Import::Test {
+namespace {
+
+using testing::HasSubstr;
+
+struct Result {
+    bool ok = false;
+    std::string error;
+    CsvReader::Layout layout;
+    CsvReader::Counts counts;
+    std::vector<SensorSample> samples;
+};
+
+Result Read(const std::string& text, CsvReader::Options options = {})
+{
+    Result result;
+    std::istringstream in(text);
+    result.ok = CsvReader::Read(
+        in, "log.csv", options, [&](const CsvReader::Layout& l) { result.layout = l; },
+        [&](const SensorSample& s) { result.samples.push_back(s); }, result.counts, result.error);
+    return result;
+}
+
+TEST(CsvReaderTest, HeaderlessWalkingLayout)
+{
+    const Result r = Read(
+        "1012461540465,0.0,0.0,0.0,0,0,0\n"
+        "1012471532132,0.48,2.45,4.96,0,0,0\n"
+        "1012481523070,0.80,3.98,7.90,1,1,0\n"
+        "1012491533278,0.81,4.63,8.90,1,1,0\n");
+    ASSERT_TRUE(r.ok) << r.error;
+    EXPECT_FALSE(r.layout.header);
+    EXPECT_EQ(r.layout.timeUnit, TimeUnit::NS);
+    EXPECT_EQ(r.layout.accUnit, AccUnit::MS2);
+    EXPECT_EQ(r.counts.blank, 1U);  // the all-zero first row
+    ASSERT_EQ(r.samples.size(), 3U);
+    EXPECT_DOUBLE_EQ(r.samples[0].timeMs, 0.0);
+    EXPECT_NEAR(r.samples[2].timeMs, 20.001146, 1e-6);
+    EXPECT_FLOAT_EQ(r.samples[2].z, 8.90F);
+    EXPECT_FALSE(r.samples[0].prox.has_value());
+}
+
+TEST(CsvReaderTest, HeaderNamesColumnsAndUnits)
+{
+    const Result r = Read(
+        "label;time_ms;gyro_x;acc_x (g);acc_y (g);acc_z (g);proximity;light\n"
+        "a;1000;5;0;0;1;5;120\n"
+        "b;1010.5;5;0.5;0;-1;;80\n");
+    ASSERT_TRUE(r.ok) << r.error;
+    EXPECT_EQ(r.layout.delimiter, ';');
+    EXPECT_EQ(r.layout.x, 3);  // the accelerometer's x, not the gyroscope's
+    EXPECT_EQ(r.layout.timeUnitFrom, "header");
+    EXPECT_EQ(r.layout.accUnit, AccUnit::G);
+    ASSERT_EQ(r.samples.size(), 2U);
+    EXPECT_DOUBLE_EQ(r.samples[1].timeMs, 10.5);
+    EXPECT_FLOAT_EQ(r.samples[0].z, 9.80665F);
+    EXPECT_FLOAT_EQ(r.samples[1].x, 0.5F * 9.80665F);
+    EXPECT_EQ(r.samples[0].prox, 5.0F);
+    EXPECT_FALSE(r.samples[1].prox.has_value());  // an empty cell is no reading
+    EXPECT_EQ(r.samples[1].light, 80.0F);
+}
+
+TEST(CsvReaderTest, DetectsTimeUnitFromSpacingAndGFromMagnitude)
+{
+    const Result seconds = Read("t,x,y,z\n0.00,0,0,1\n0.01,0,0,1\n0.02,0,0.1,1\n");
+    ASSERT_TRUE(seconds.ok) << seconds.error;
+    EXPECT_EQ(seconds.layout.timeUnit, TimeUnit::S);
+    EXPECT_EQ(seconds.layout.accUnit, AccUnit::G);
+    EXPECT_DOUBLE_EQ(seconds.samples[2].timeMs, 20.0);
+
+    const Result micros = Read("5000000 0 0 9.8\n5010000 0 0 9.8\n5020000 0 0 9.8\n");
+    ASSERT_TRUE(micros.ok) << micros.error;
+    EXPECT_EQ(micros.layout.timeUnit, TimeUnit::US);
+    EXPECT_EQ(micros.layout.accUnit, AccUnit::MS2);
+
+    const Result forced =
+        Read("0,0,0,1\n10,0,0,1\n", CsvReader::Options{TimeUnit::S, AccUnit::MS2});
+    ASSERT_TRUE(forced.ok) << forced.error;
+    EXPECT_DOUBLE_EQ(forced.samples[1].timeMs, 10000.0);
+    EXPECT_FLOAT_EQ(forced.samples[1].z, 1.0F);
+}
+
+TEST(CsvReaderTest, TimeUnitFromTheHeaderOnlyWhenItSaysOne)
+{
+    const auto unitOf = [](const std::string& name) {
+        return Read(name + ",x,y,z\n0,0,0,9.8\n20,0,0,9.8\n").layout;
+    };
+    EXPECT_EQ(unitOf("time (s)").timeUnit, TimeUnit::S);
+    EXPECT_EQ(unitOf("timestamp_nanos").timeUnit, TimeUnit::NS);
+    EXPECT_EQ(unitOf("elapsed_usec").timeUnit, TimeUnit::US);
+    EXPECT_EQ(unitOf("seconds_elapsed").timeUnitFrom, "spacing");
+    const CsvReader::Layout sinceBoot = unitOf("time_since_boot");
+    EXPECT_EQ(sinceBoot.timeUnitFrom, "spacing");
+    EXPECT_EQ(sinceBoot.timeUnit, TimeUnit::MS);
+}
+
+TEST(CsvReaderTest, RowsGoingBackInTimeAreSkipped)
+{
+    const Result r = Read("0,0,0,9.8\n20,0,0,9.8\n10,0,0,9.8\n30,0,0,9.8\n");
+    ASSERT_TRUE(r.ok) << r.error;
+    EXPECT_EQ(r.counts.backwards, 1U);
+    EXPECT_EQ(r.samples.size(), 3U);
+}
+
+TEST(CsvReaderTest, OutOfRangeValuesBecomeInfinite)
+{
+    const Result r = Read("0,1e300,-1e300,9.8\n1e300,0,0,9.8\n", {TimeUnit::S, {}});
+    ASSERT_TRUE(r.ok) << r.error;
+    EXPECT_EQ(r.samples[0].x, std::numeric_limits<float>::infinity());
+    EXPECT_EQ(r.samples[0].y, -std::numeric_limits<float>::infinity());
+}
+
+TEST(CsvReaderTest, ErrorsNameFileLineAndProblem)
+{
+    EXPECT_EQ(Read("0,0,0,9.8\n10,0,zero,9.8\n").error, "log.csv:2: y is not a number: 'zero'");
+    EXPECT_EQ(Read("\n# comment\n0,0,0\n").error,
+              "log.csv:3: expected a header or at least 4 columns (time, x, y, z), got 3");
+    EXPECT_EQ(Read("0,0,0,9.8\n10,0,9.8\n").error, "log.csv:2: expected at least 4 columns, got 3");
+    EXPECT_EQ(Read("time,x,y\n").error, "log.csv:1: the header names no z column");
+    EXPECT_EQ(Read("time,x,y,z\n").error, "log.csv: no usable sample");
+    EXPECT_THAT(Read("inf,0,0,9.8\n").error, HasSubstr("time is not finite"));
+    // Past the detection window, errors still carry their line.
+    std::string longLog;
+    for (int i = 0; i < 100; ++i) {
+        longLog += std::to_string(i * 10) + ",0,0,9.8\n";
+    }
+    EXPECT_EQ(Read(longLog + "1000,0,0,9.8,\"\n1010,0,0,x\n").error,
+              "log.csv:102: z is not a number: 'x'");
+}
+
+}  // namespace
+}  // namespace Tarvo::Import::Test

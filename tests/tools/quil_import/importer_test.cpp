@@ -1,0 +1,218 @@
+#include "importer.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+
+namespace Tarvo::Import::Test {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+std::string Contents(std::FILE* file)
+{
+    std::rewind(file);
+    std::string text;
+    for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file)) {
+        text += static_cast<char>(c);
+    }
+    std::fclose(file);
+    return text;
+}
+
+class ImporterTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        char pattern[] = "/tmp/quil_import_testXXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        dir_ = pattern;
+    }
+    void TearDown() override
+    {
+        for (const std::string& path : files_) {
+            std::remove(path.c_str());
+        }
+        rmdir(dir_.c_str());
+    }
+    std::string File(const std::string& name, const std::string& text)
+    {
+        const std::string path = dir_ + "/" + name;
+        std::ofstream(path) << text;
+        files_.push_back(path);
+        return path;
+    }
+    // Imports and returns the trace without its two header comments; false on error.
+    bool Import(std::vector<std::string> files, ImportOptions options = {})
+    {
+        options.files = std::move(files);
+        std::FILE* out = std::tmpfile();
+        std::FILE* warnings = std::tmpfile();
+        Tools::TraceWriter writer(out);
+        Importer importer(options, writer, warnings);
+        const bool ok = importer.Run(error);
+        trace = Contents(out);
+        warned = Contents(warnings);
+        return ok;
+    }
+
+    std::string Missing() const { return dir_ + "/missing.csv"; }
+
+    std::string trace;
+    std::string warned;
+    std::string error;
+
+private:
+    std::string dir_;
+    std::vector<std::string> files_;
+};
+
+// A 100 x 50 panel: finger one at the top-left corner, finger two at the far corner,
+// both move, then they lift one after the other.
+const char kDesc[] = "N: panel\nA: 2f 0 1 0 0 0\nA: 35 0 100 0 0 0\nA: 36 0 50 0 0 0\n";
+const char kEvents[] =
+    "E: 5.000000 0003 0039 0077\nE: 5.000000 0003 0035 0000\nE: 5.000000 0003 0036 0000\n"
+    "E: 5.000000 0000 0000 0000\n"
+    "E: 5.010000 0003 002f 0001\nE: 5.010000 0003 0039 0078\nE: 5.010000 0003 0035 0100\n"
+    "E: 5.010000 0003 0036 0050\nE: 5.010000 0000 0000 0000\n"
+    "E: 5.020000 0003 0036 0025\nE: 5.020000 0003 002f 0000\nE: 5.020000 0003 0035 0050\n"
+    "E: 5.020000 0003 003a 0010\nE: 5.020000 0000 0000 0000\n"
+    "E: 5.030000 0003 0039 -001\nE: 5.030000 0000 0000 0000\n"
+    "E: 5.040000 0003 002f 0001\nE: 5.040000 0003 0039 -001\nE: 5.040000 0000 0000 0000\n";
+
+TEST_F(ImporterTest, EvemuDescriptionThenEventsScaledToTheDisplay)
+{
+    ASSERT_TRUE(Import({File("p.desc", kDesc), File("p.swipe.events", kEvents)})) << error;
+    EXPECT_THAT(trace, HasSubstr("# options: --interval-ms 100 --display 1344x2772\n"
+                                 "enable 9\nenable 10\nenable 11\nenable 12\nenable 13\n"));
+    EXPECT_THAT(trace, HasSubstr("@0 touch down 0 0 0 0\n"
+                                 "@10 touch down 1 1343 2771 0,1\n"
+                                 "@20 touch move 0 672 0 0,1\n"
+                                 "@20 touch move 1 1343 1386 0,1\n"
+                                 "@30 touch up 0 672 0 0,1\n"
+                                 "@40 touch up 1 1343 1386 1\n"));
+    EXPECT_EQ(warned, "");
+}
+
+TEST_F(ImporterTest, DisplayAndRotation)
+{
+    ImportOptions options;
+    options.width = 101;
+    options.height = 201;
+    options.rotate = 90;
+    ASSERT_TRUE(Import({File("p.desc", kDesc), File("p.swipe.events", kEvents)}, options));
+    // The panel's top-left corner is the display's top-right one after a quarter turn.
+    EXPECT_THAT(trace, HasSubstr("@0 touch down 0 100 0 0\n@10 touch down 1 0 200 0,1\n"));
+}
+
+const char kProtocolA[] =
+    "[    1.000000] EV_ABS       ABS_MT_POSITION_X    000003e8\n"
+    "[    1.000000] EV_ABS       ABS_MT_POSITION_Y    00000000\n"
+    "[    1.000000] EV_SYN       SYN_MT_REPORT        00000000\n"
+    "[    1.000000] EV_SYN       SYN_REPORT           00000000\n"
+    "[    1.015000] EV_ABS       ABS_MT_POSITION_X    000001f4\n"
+    "[    1.015000] EV_ABS       ABS_MT_POSITION_Y    000001f4\n"
+    "[    1.015000] EV_SYN       SYN_MT_REPORT        00000000\n"
+    "[    1.015000] EV_SYN       SYN_REPORT           00000000\n"
+    "[    1.030000] EV_SYN       SYN_MT_REPORT        00000000\n"
+    "[    1.030000] EV_SYN       SYN_REPORT           00000000\n";
+
+TEST_F(ImporterTest, GeteventAxesFromTheBlockThenOptionThenLargestSeen)
+{
+    const std::string block =
+        "add device 1: /dev/input/event1\n  events:\n"
+        "    ABS (0003): ABS_MT_POSITION_X     : value 0, min 0, max 2000, fuzz 0\n"
+        "                ABS_MT_POSITION_Y     : value 0, min 0, max 1000, fuzz 0\n";
+    ASSERT_TRUE(Import({File("a.txt", block + kProtocolA)})) << error;
+    EXPECT_THAT(trace, HasSubstr("X 0..2000, Y 0..1000 from the recording\n"
+                                 "@0 touch down 0 672 0 0\n@15 touch move 0 336 1386 0\n"
+                                 "@30 touch up 0 336 1386 0\n"));
+
+    ImportOptions options;
+    options.axes = std::make_pair(4000, 500);
+    ASSERT_TRUE(Import({File("b.txt", kProtocolA)}, options)) << error;
+    EXPECT_THAT(trace, HasSubstr("@0 touch down 0 336 0 0\n@15 touch move 0 168 2771 0\n"));
+    EXPECT_EQ(warned, "");
+
+    ASSERT_TRUE(Import({File("c.txt", kProtocolA)})) << error;
+    EXPECT_THAT(trace, HasSubstr("@0 touch down 0 1343 0 0\n@15 touch move 0 672 2771 0\n"));
+    EXPECT_THAT(warned, HasSubstr("c.txt: no axis ranges; scaling X 0..1000 and Y 0..500"));
+}
+
+TEST_F(ImporterTest, EventsOfOtherDevicesAreLeftOut)
+{
+    const std::string dump =
+        "[    0.500000] /dev/input/event3: EV_KEY KEY_VOLUMEDOWN DOWN\n"
+        "[    0.500000] /dev/input/event3: EV_SYN SYN_REPORT 00000000\n"
+        "[    1.000000] /dev/input/event1: EV_ABS ABS_MT_TRACKING_ID 00000005\n"
+        "[    1.000000] /dev/input/event1: EV_ABS ABS_MT_POSITION_X 0000000a\n"
+        "[    1.000000] /dev/input/event3: EV_ABS ABS_X 00000099\n"
+        "[    1.000000] /dev/input/event1: EV_ABS ABS_MT_POSITION_Y 0000000a\n"
+        "[    1.000000] /dev/input/event1: EV_SYN SYN_REPORT 00000000\n"
+        "[    1.002000] /dev/input/event1: EV_SYN SYN_DROPPED 00000000\n"
+        "[    1.003000] /dev/input/event1: EV_SYN SYN_REPORT 00000000\n";
+    ImportOptions options;
+    options.axes = std::make_pair(20, 20);
+    ASSERT_TRUE(Import({File("d.txt", dump)}, options)) << error;
+    EXPECT_THAT(trace, HasSubstr("getevent /dev/input/event1, X 0..20, Y 0..20 from --axes\n"
+                                 "@0 touch down 0 672 1386 0\n"));
+    EXPECT_THAT(warned, HasSubstr("d.txt:8: SYN_DROPPED"));
+}
+
+TEST_F(ImporterTest, SensorLogResampledWithChosenTypes)
+{
+    std::string log = "time_ms,x,y,z,prox\n";
+    for (int t = 0; t <= 300; t += 20) {
+        log += std::to_string(1000 + t) + ",0," + std::to_string(t) + ",9.8,5\n";
+    }
+    ImportOptions options;
+    options.enable = std::vector<int32_t>{3, 7};
+    options.intervalMs = 150;
+    ASSERT_TRUE(Import({File("walk.csv", log)}, options)) << error;
+    EXPECT_THAT(trace, HasSubstr("--enable 3,7\nenable 3\nenable 7\n"));
+    EXPECT_THAT(trace, HasSubstr("walk.csv: CSV with a header, time in ms (from the header), "
+                                 "acceleration in m/s^2 (from the magnitude), proximity\n"
+                                 "@0 prox 5\n@0 acc 0 0 9.8\n@150 prox 5\n@150 acc 0 140 9.8\n"
+                                 "@300 prox 5\n@300 acc 0 300 9.8\n"));
+}
+
+TEST_F(ImporterTest, SeveralFilesFollowOneAnother)
+{
+    ASSERT_TRUE(Import({File("a.csv", "0,0,0,9.8\n10,0,0,9.8\n210,0,0,9.8\n"),
+                        File("p.desc", kDesc), File("p.swipe.events", kEvents)}))
+        << error;
+    // Both kinds of motion are enabled; the touches start a second after the samples.
+    EXPECT_THAT(trace, HasSubstr("enable 7\nenable 9\n"));
+    EXPECT_THAT(trace, HasSubstr("@300 acc 0 0 9.8\n"));
+    EXPECT_THAT(trace, HasSubstr("@1300 touch down 0 0 0 0\n"));
+}
+
+TEST_F(ImporterTest, ErrorsNameTheFileAndLine)
+{
+    const std::string bad = File("bad.events", std::string(kEvents) + "E: 5.05 0000\n");
+    EXPECT_FALSE(Import({bad}));
+    EXPECT_EQ(error, bad + ":20: event line needs TIME TYPE CODE VALUE, got 2 fields");
+
+    EXPECT_FALSE(Import({Missing()}));
+    EXPECT_THAT(error, HasSubstr("missing.csv: cannot open"));
+
+    const std::string keysOnly = File("k.txt", "[ 1.0] EV_KEY KEY_POWER DOWN\n");
+    EXPECT_FALSE(Import({keysOnly}));
+    EXPECT_EQ(error, keysOnly + ": no touch event");
+
+    const std::string noMovement = File("n.events", "E: 1.0 0003 0039 1\nE: 1.0 0000 0000 0000\n");
+    EXPECT_FALSE(Import({noMovement}));
+    EXPECT_THAT(error, HasSubstr("n.events: no usable touch event"));
+
+    EXPECT_FALSE(Import({File("p.desc", kDesc)}));
+    EXPECT_EQ(error, "no usable event in the recording");
+    EXPECT_THAT(trace, Not(HasSubstr("touch")));
+}
+
+}  // namespace
+}  // namespace Tarvo::Import::Test
