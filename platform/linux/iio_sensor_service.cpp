@@ -1,0 +1,303 @@
+#include "iio_sensor_service.h"
+
+#include <time.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "linux_log.h"
+#include "linux_settings.h"
+#include "platform_log.h"
+
+namespace Tarvo::Linux {
+namespace {
+
+int64_t BootTimeNs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
+}
+
+}  // namespace
+
+IioSensorService& IioSensorService::Instance()
+{
+    // Never destroyed: the poll thread may be waiting in it at process exit.
+    static IioSensorService* instance = new IioSensorService;
+    return *instance;
+}
+
+IioSensorService::IioSensorService() : pool_(kBlockFloats * kPoolBlocks, 0.0f)
+{
+}
+
+void IioSensorService::ScanLocked()
+{
+    std::vector<std::string> problems;
+    devices_ = IioDevice::Scan(LinuxSettings::Instance().SysfsRoot(), problems);
+    for (const std::string& problem : problems) {
+        if (reported_.insert(problem).second) {
+            LinuxLog::Instance().Write(LOG_LEVEL_ERROR, "sensor skipped: " + problem);
+        }
+    }
+}
+
+bool IioSensorService::PresentLocked(int32_t sensorTypeId) const
+{
+    return std::any_of(devices_.begin(), devices_.end(), [sensorTypeId](const IioDevice& d) {
+        return d.SensorTypeId() == sensorTypeId;
+    });
+}
+
+std::vector<int32_t> IioSensorService::PresentSensors()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    ScanLocked();
+    std::vector<int32_t> types;
+    for (const IioDevice& device : devices_) {
+        if (std::find(types.begin(), types.end(), device.SensorTypeId()) == types.end()) {
+            types.push_back(device.SensorTypeId());
+        }
+    }
+    std::sort(types.begin(), types.end());
+    return types;
+}
+
+int32_t IioSensorService::GetAllSensors(SensorInfo** sensorInfo, int32_t* count)
+{
+    if (sensorInfo == nullptr || count == nullptr) {
+        return kError;
+    }
+    const std::vector<int32_t> types = PresentSensors();
+    std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<SensorInfo> list;
+    for (int32_t type : types) {
+        SensorInfo info{};
+        for (const IioDevice& device : devices_) {
+            if (device.SensorTypeId() == type) {
+                std::strncpy(info.sensorName, device.Name().c_str(), SENSOR_NAME_MAX_LEN - 1);
+                break;
+            }
+        }
+        info.sensorTypeId = type;
+        list.push_back(info);
+    }
+    const bool same =
+        !sensorLists_.empty() && sensorLists_.back().size() == list.size() &&
+        std::equal(list.begin(), list.end(), sensorLists_.back().begin(),
+                   [](const SensorInfo& a, const SensorInfo& b) {
+                       return a.sensorTypeId == b.sensorTypeId &&
+                              std::strncmp(a.sensorName, b.sensorName, SENSOR_NAME_MAX_LEN) == 0;
+                   });
+    if (!same) {
+        sensorLists_.push_back(std::move(list));
+    }
+    *sensorInfo = sensorLists_.back().empty() ? nullptr : sensorLists_.back().data();
+    *count = static_cast<int32_t>(sensorLists_.back().size());
+    return 0;
+}
+
+int32_t IioSensorService::Subscribe(int32_t sensorTypeId, const SensorUser* user)
+{
+    if (user == nullptr) {
+        return kError;
+    }
+    std::lock_guard<std::mutex> lock(mutex_);
+    // Rescanned every time: devices come and go, and the sysfs root may have moved.
+    ScanLocked();
+    if (!PresentLocked(sensorTypeId)) {
+        return kError;
+    }
+    subscriptions_.try_emplace({user, sensorTypeId});
+    return 0;
+}
+
+int32_t IioSensorService::SetBatch(int32_t sensorTypeId, const SensorUser* user,
+                                   int64_t samplingInterval, int64_t /*reportInterval*/)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = subscriptions_.find({user, sensorTypeId});
+    if (it == subscriptions_.end()) {
+        return kError;
+    }
+    it->second.samplingInterval = samplingInterval > 0 ? samplingInterval : kDefaultIntervalNs;
+    UpdatePollsLocked();
+    return 0;
+}
+
+int32_t IioSensorService::Activate(int32_t sensorTypeId, const SensorUser* user)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = subscriptions_.find({user, sensorTypeId});
+    if (it == subscriptions_.end()) {
+        return kError;
+    }
+    it->second.active = true;
+    UpdatePollsLocked();
+    if (thread_ == nullptr) {
+        thread_ = std::make_unique<std::thread>([this] { PollLoop(); });
+    }
+    return 0;
+}
+
+int32_t IioSensorService::Deactivate(int32_t sensorTypeId, const SensorUser* user)
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    auto it = subscriptions_.find({user, sensorTypeId});
+    if (it == subscriptions_.end() || !it->second.active) {
+        return kError;
+    }
+    it->second.active = false;
+    UpdatePollsLocked();
+    WaitForDeliveryLocked(lock);
+    return 0;
+}
+
+int32_t IioSensorService::Unsubscribe(int32_t sensorTypeId, const SensorUser* user)
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (subscriptions_.erase({user, sensorTypeId}) == 0) {
+        return kError;
+    }
+    UpdatePollsLocked();
+    WaitForDeliveryLocked(lock);
+    return 0;
+}
+
+void IioSensorService::WaitForDeliveryLocked(std::unique_lock<std::mutex>& lock)
+{
+    // After a subscriber leaves, its callback must not run again; a callback that
+    // unsubscribes from inside a delivery cannot wait for itself.
+    if (std::this_thread::get_id() != pollThreadId_) {
+        delivered_.wait(lock, [this] { return !delivering_; });
+    }
+}
+
+int64_t IioSensorService::IntervalLocked(int32_t sensorTypeId) const
+{
+    // One sampling rate per sensor: the fastest any active subscriber asked for, and
+    // every subscriber sees every sample, as with one hardware FIFO.
+    int64_t interval = 0;
+    for (const auto& [key, subscription] : subscriptions_) {
+        if (key.second == sensorTypeId && subscription.active &&
+            (interval == 0 || subscription.samplingInterval < interval)) {
+            interval = subscription.samplingInterval;
+        }
+    }
+    return interval == 0 ? 0 : std::max(interval, kMinIntervalNs);
+}
+
+void IioSensorService::UpdatePollsLocked()
+{
+    std::set<int32_t> active;
+    for (const auto& [key, subscription] : subscriptions_) {
+        if (subscription.active) {
+            active.insert(key.second);
+        }
+    }
+    for (auto it = polls_.begin(); it != polls_.end();) {
+        it = active.count(it->first) == 0 ? polls_.erase(it) : std::next(it);
+    }
+    for (int32_t type : active) {
+        if (polls_.count(type) != 0) {
+            continue;
+        }
+        Poll poll;
+        for (const IioDevice& device : devices_) {
+            if (device.SensorTypeId() == type) {
+                poll.device = device;
+                break;
+            }
+        }
+        poll.due = Clock::now();
+        polls_.emplace(type, std::move(poll));
+    }
+    wake_.notify_all();
+}
+
+void IioSensorService::PollLoop()
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    pollThreadId_ = std::this_thread::get_id();
+    for (;;) {
+        auto next = polls_.end();
+        for (auto it = polls_.begin(); it != polls_.end(); ++it) {
+            if (it->second.device.has_value() &&
+                (next == polls_.end() || it->second.due < next->second.due)) {
+                next = it;
+            }
+        }
+        if (next == polls_.end()) {
+            wake_.wait(lock);
+            continue;
+        }
+        if (Clock::now() < next->second.due) {
+            wake_.wait_until(lock, next->second.due);
+            continue;  // the set of polls may have changed meanwhile
+        }
+        const int32_t type = next->first;
+        const IioDevice device = *next->second.device;
+        bool failing = next->second.failing;
+        // Due times advance by whole intervals, so a slow read does not shift the rate;
+        // after a long stall the next read is simply due now.
+        const auto interval = std::chrono::nanoseconds(IntervalLocked(type));
+        next->second.due = std::max(next->second.due + interval, Clock::now());
+        std::vector<const SensorUser*> users;
+        for (const auto& [key, subscription] : subscriptions_) {
+            if (key.second == type && subscription.active) {
+                users.push_back(key.first);
+            }
+        }
+        delivering_ = true;
+        lock.unlock();
+        ReadAndDeliver(type, device, users, failing);
+        lock.lock();
+        delivering_ = false;
+        delivered_.notify_all();
+        auto again = polls_.find(type);
+        if (again != polls_.end()) {
+            again->second.failing = failing;
+        }
+    }
+}
+
+void IioSensorService::ReadAndDeliver(int32_t sensorTypeId, const IioDevice& device,
+                                      const std::vector<const SensorUser*>& users, bool& failing)
+{
+    SampleRecord record;
+    record.sensorTypeId = sensorTypeId;
+    std::string error;
+    if (!device.Read(record.values, error)) {
+        // Reported once per outage; the sensor is retried at its interval, quietly.
+        if (!failing) {
+            LinuxLog::Instance().Write(LOG_LEVEL_ERROR,
+                                       device.Describe() + " stopped delivering: " + error);
+            failing = true;
+        }
+        return;
+    }
+    if (failing) {
+        LinuxLog::Instance().Write(LOG_LEVEL_WARN, device.Describe() + " delivers again");
+        failing = false;
+    }
+    record.timestampNs = BootTimeNs();
+    LinuxSettings::Instance().ObserveSample(record);
+
+    float* block = &pool_[nextBlock_ * kBlockFloats];
+    nextBlock_ = (nextBlock_ + 1) % kPoolBlocks;
+    std::fill(block, block + kBlockFloats, 0.0f);
+    std::copy_n(record.values.begin(), std::min(record.values.size(), kBlockFloats), block);
+    for (const SensorUser* user : users) {
+        SensorEvent event{};
+        event.sensorTypeId = sensorTypeId;
+        event.timestamp = record.timestampNs;
+        event.data = reinterpret_cast<uint8_t*>(block);
+        event.dataLen = static_cast<uint32_t>(kBlockFloats * sizeof(float));
+        if (user->callback != nullptr) {
+            user->callback(&event);
+        }
+    }
+}
+
+}  // namespace Tarvo::Linux

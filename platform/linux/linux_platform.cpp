@@ -1,0 +1,181 @@
+// The control API, and the platform seam's functions served from the Linux device.
+#include "linux_platform.h"
+
+#include <pthread.h>
+
+#include <cstdarg>
+
+#include "iio_sensor_service.h"
+#include "input_manager.h"
+#include "linux_input_service.h"
+#include "linux_log.h"
+#include "linux_settings.h"
+#include "platform_log.h"
+#include "sensor_service_client.h"
+#include "thread_support.h"
+
+namespace Tarvo::Linux {
+
+void LinuxPlatform::SetSysfsRoot(const std::string& root)
+{
+    LinuxSettings::Instance().SetSysfsRoot(root);
+}
+
+void LinuxPlatform::SetTouchDevice(const std::string& path)
+{
+    LinuxSettings::Instance().SetTouchDevice(path);
+}
+
+void LinuxPlatform::SetInputDirectory(const std::string& dir)
+{
+    LinuxSettings::Instance().SetInputDirectory(dir);
+}
+
+void LinuxPlatform::SetDisplaySize(DisplaySize size)
+{
+    LinuxSettings::Instance().SetDisplay(size);
+}
+
+void LinuxPlatform::SetLogLevel(int level)
+{
+    LinuxLog::Instance().SetLevel(level);
+}
+
+void LinuxPlatform::SetLogDestination(LogDestination destination)
+{
+    LinuxLog::Instance().SetDestination(destination);
+}
+
+void LinuxPlatform::SetLogSink(std::function<void(int, const std::string&)> sink)
+{
+    LinuxLog::Instance().SetSink(std::move(sink));
+}
+
+void LinuxPlatform::SetSampleObserver(std::function<void(const SampleRecord&)> observer)
+{
+    LinuxSettings::Instance().SetSampleObserver(std::move(observer));
+}
+
+void LinuxPlatform::SetTouchObserver(std::function<void(const TouchRecord&)> observer)
+{
+    LinuxSettings::Instance().SetTouchObserver(std::move(observer));
+}
+
+std::vector<int32_t> LinuxPlatform::PresentSensors()
+{
+    return IioSensorService::Instance().PresentSensors();
+}
+
+std::string LinuxPlatform::FindTouchscreen()
+{
+    return LinuxInputService::Instance().FindTouchscreen();
+}
+
+}  // namespace Tarvo::Linux
+
+// ---- the platform seam -------------------------------------------------------------
+
+using Tarvo::Linux::IioSensorService;
+using Tarvo::Linux::LinuxInputService;
+using Tarvo::Linux::LinuxLog;
+
+extern "C" {
+
+int32_t GetAllSensors(SensorInfo** sensorInfo, int32_t* count)
+{
+    return IioSensorService::Instance().GetAllSensors(sensorInfo, count);
+}
+
+int32_t SubscribeSensor(int32_t sensorTypeId, const SensorUser* user)
+{
+    return IioSensorService::Instance().Subscribe(sensorTypeId, user);
+}
+
+int32_t SetBatch(int32_t sensorTypeId, const SensorUser* user, int64_t samplingInterval,
+                 int64_t reportInterval)
+{
+    return IioSensorService::Instance().SetBatch(sensorTypeId, user, samplingInterval,
+                                                 reportInterval);
+}
+
+int32_t ActivateSensor(int32_t sensorTypeId, const SensorUser* user)
+{
+    return IioSensorService::Instance().Activate(sensorTypeId, user);
+}
+
+int32_t DeactivateSensor(int32_t sensorTypeId, const SensorUser* user)
+{
+    return IioSensorService::Instance().Deactivate(sensorTypeId, user);
+}
+
+int32_t UnsubscribeSensor(int32_t sensorTypeId, const SensorUser* user)
+{
+    return IioSensorService::Instance().Unsubscribe(sensorTypeId, user);
+}
+
+int PlatformLogPrint(PlatformLogType /*type*/, PlatformLogLevel level, unsigned int domain,
+                     const char* tag, const char* fmt, ...)
+{
+    va_list args;
+    va_start(args, fmt);
+    LinuxLog::Instance().Print(level, domain, tag, fmt, args);
+    va_end(args);
+    return 0;
+}
+
+bool PlatformLogIsLoggable(unsigned int /*domain*/, const char* /*tag*/, PlatformLogLevel level)
+{
+    return LinuxLog::Instance().IsLoggable(level);
+}
+
+}  // extern "C"
+
+namespace MMI {
+
+InputManager* InputManager::GetInstance()
+{
+    static InputManager* instance = new InputManager;
+    return instance;
+}
+
+int32_t InputManager::AddMonitor(PointerMonitor monitor)
+{
+    return LinuxInputService::Instance().AddMonitor(std::move(monitor));
+}
+
+void InputManager::RemoveMonitor(int32_t monitorId)
+{
+    LinuxInputService::Instance().RemoveMonitor(monitorId);
+}
+
+}  // namespace MMI
+
+namespace Tarvo {
+
+bool SetThreadName(const std::string& name)
+{
+    // The kernel keeps 15 characters and refuses longer names outright.
+    return pthread_setname_np(pthread_self(), name.substr(0, 15).c_str()) == 0;
+}
+
+int SemInit(sem_t* sem, int pshared, unsigned int value)
+{
+    return sem_init(sem, pshared, value);
+}
+
+int SemWait(sem_t* sem)
+{
+    return sem_wait(sem);
+}
+
+int SemPost(sem_t* sem)
+{
+    return sem_post(sem);
+}
+
+int SemDestroy(sem_t* sem)
+{
+    return sem_destroy(sem);
+}
+
+}  // namespace Tarvo

@@ -1,0 +1,69 @@
+// Control API of the Linux platform layer: what the host program sets and observes.
+//
+// The layer serves the platform seam (platform/include) from a real device: IIO sensors
+// through sysfs and the touchscreen through evdev. Settings take effect the next time
+// the library starts a sensor or adds a touch monitor; everything here is thread-safe.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace Tarvo::Linux {
+
+enum class LogDestination { STDERR, SYSLOG };
+
+// One sample as it was handed to the library's subscribers.
+struct SampleRecord {
+    int32_t sensorTypeId = 0;
+    int64_t timestampNs = 0;  // CLOCK_BOOTTIME
+    std::vector<float> values;
+};
+
+// One touch event as it was handed to the library's monitors, in display pixels.
+struct TouchRecord {
+    int32_t action = 0;
+    int32_t pointerId = 0;
+    int32_t x = 0;
+    int32_t y = 0;
+    std::vector<int32_t> pointerIds;
+    int64_t timestampNs = 0;  // CLOCK_BOOTTIME
+};
+
+struct DisplaySize {
+    int32_t width = 1344;
+    int32_t height = 2772;
+};
+
+class LinuxPlatform {
+public:
+    // Where sysfs is mounted; the IIO devices are under ROOT/bus/iio/devices.
+    static void SetSysfsRoot(const std::string& root);
+    // The touchscreen's event node; empty (the default) searches /dev/input.
+    static void SetTouchDevice(const std::string& path);
+    // The directory searched for a touchscreen when none is named.
+    static void SetInputDirectory(const std::string& dir);
+    // Touch positions are scaled from the device's axis ranges to this size.
+    static void SetDisplaySize(DisplaySize size);
+
+    // The library's lines at `level` and above (3 debug .. 7 fatal, 8 none, the
+    // default) are written. The layer's own warnings and errors about the device are
+    // written at every level.
+    static void SetLogLevel(int level);
+    static void SetLogDestination(LogDestination destination);
+    // Written lines go to `sink` instead (formatted as on standard error); an empty
+    // function removes it.
+    static void SetLogSink(std::function<void(int level, const std::string& line)> sink);
+
+    // Called on the delivering thread before the library sees the sample or event.
+    static void SetSampleObserver(std::function<void(const SampleRecord&)> observer);
+    static void SetTouchObserver(std::function<void(const TouchRecord&)> observer);
+
+    // Sensor type ids present under the sysfs root now (1, 5, 12 as found).
+    static std::vector<int32_t> PresentSensors();
+    // The touchscreen that would be used now, or empty when there is none usable.
+    static std::string FindTouchscreen();
+};
+
+}  // namespace Tarvo::Linux

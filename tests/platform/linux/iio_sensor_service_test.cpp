@@ -1,0 +1,270 @@
+// The sensor service on a fake sysfs tree, through the client calls the library makes.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "fake_iio_tree.h"
+#include "linux_platform.h"
+#include "sensor_service_client.h"
+
+namespace Tarvo::Linux {
+namespace {
+
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::FloatNear;
+using ::testing::HasSubstr;
+using ::testing::SizeIs;
+using Clock = std::chrono::steady_clock;
+
+constexpr int64_t kFastNs = 20000000;  // 20 ms
+
+struct Received {
+    int32_t sensorTypeId;
+    int64_t timestamp;
+    std::vector<float> values;
+    std::thread::id thread;
+    Clock::time_point when;
+};
+
+std::mutex gMutex;
+std::condition_variable gArrived;
+std::vector<Received> gReceived;
+
+void Collect(SensorEvent* event)
+{
+    if (event == nullptr) {
+        return;
+    }
+    const float* data = reinterpret_cast<const float*>(event->data);
+    std::lock_guard<std::mutex> lock(gMutex);
+    gReceived.push_back({event->sensorTypeId, event->timestamp,
+                         std::vector<float>(data, data + event->dataLen / sizeof(float)),
+                         std::this_thread::get_id(), Clock::now()});
+    gArrived.notify_all();
+}
+
+class IioSensorServiceTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        LinuxPlatform::SetSysfsRoot(tree_.Root());
+        LinuxPlatform::SetLogSink([this](int, const std::string& line) {
+            std::lock_guard<std::mutex> lock(logMutex_);
+            log_.push_back(line);
+        });
+        std::lock_guard<std::mutex> lock(gMutex);
+        gReceived.clear();
+    }
+    void TearDown() override
+    {
+        for (SensorUser* user : {&user_, &other_}) {
+            for (int32_t type : {SENSOR_TYPE_ID_ACCELEROMETER, SENSOR_TYPE_ID_AMBIENT_LIGHT,
+                                 SENSOR_TYPE_ID_PROXIMITY}) {
+                UnsubscribeSensor(type, user);
+            }
+        }
+        LinuxPlatform::SetLogSink({});
+        LinuxPlatform::SetSysfsRoot("/sys");
+    }
+
+    void Start(int32_t type, const SensorUser* user, int64_t intervalNs = kFastNs)
+    {
+        ASSERT_EQ(SubscribeSensor(type, user), 0);
+        ASSERT_EQ(SetBatch(type, user, intervalNs, intervalNs), 0);
+        ASSERT_EQ(ActivateSensor(type, user), 0);
+    }
+    // Waits until `pred` holds for what has arrived; false after five seconds.
+    template <typename Pred>
+    bool WaitFor(Pred pred)
+    {
+        std::unique_lock<std::mutex> lock(gMutex);
+        return gArrived.wait_for(lock, std::chrono::seconds(5), [&] { return pred(gReceived); });
+    }
+    static size_t Count(const std::vector<Received>& received, int32_t type)
+    {
+        return std::count_if(received.begin(), received.end(),
+                             [type](const Received& r) { return r.sensorTypeId == type; });
+    }
+    size_t CountNow(int32_t type)
+    {
+        std::lock_guard<std::mutex> lock(gMutex);
+        return Count(gReceived, type);
+    }
+    std::vector<std::string> LogLines()
+    {
+        std::lock_guard<std::mutex> lock(logMutex_);
+        return log_;
+    }
+    void AddAccel(int n)
+    {
+        tree_.AddDevice(n, "accel");
+        tree_.Accel(n, 0, 0, 980);
+        tree_.Write(n, "in_accel_scale", "0.01");
+    }
+    void AddLight(int n)
+    {
+        tree_.AddDevice(n, "als");
+        tree_.Write(n, "in_illuminance_input", "250");
+    }
+
+    Tarvo::Test::FakeIioTree tree_;
+    SensorUser user_{"test", &Collect, nullptr};
+    SensorUser other_{"other", &Collect, nullptr};
+    std::mutex logMutex_;
+    std::vector<std::string> log_;
+};
+
+TEST_F(IioSensorServiceTest, TheSensorListIsWhatTheTreeHolds)
+{
+    AddAccel(0);
+    tree_.AddDevice(1, "prox");
+    tree_.Write(1, "in_proximity_raw", "0");
+
+    SensorInfo* list = nullptr;
+    int32_t count = 0;
+    ASSERT_EQ(GetAllSensors(&list, &count), 0);
+    ASSERT_EQ(count, 2);
+    EXPECT_EQ(list[0].sensorTypeId, SENSOR_TYPE_ID_ACCELEROMETER);
+    EXPECT_STREQ(list[0].sensorName, "iio:device0 (accel)");
+    EXPECT_EQ(list[1].sensorTypeId, SENSOR_TYPE_ID_PROXIMITY);
+
+    EXPECT_NE(GetAllSensors(nullptr, &count), 0);
+}
+
+TEST_F(IioSensorServiceTest, CallsFollowTheSubscriptionRules)
+{
+    AddAccel(0);
+    EXPECT_NE(SubscribeSensor(SENSOR_TYPE_ID_PROXIMITY, &user_), 0) << "absent sensor";
+    EXPECT_NE(SetBatch(SENSOR_TYPE_ID_ACCELEROMETER, &user_, kFastNs, kFastNs), 0);
+    EXPECT_NE(ActivateSensor(SENSOR_TYPE_ID_ACCELEROMETER, &user_), 0);
+    EXPECT_NE(SubscribeSensor(SENSOR_TYPE_ID_ACCELEROMETER, nullptr), 0);
+
+    ASSERT_EQ(SubscribeSensor(SENSOR_TYPE_ID_ACCELEROMETER, &user_), 0);
+    EXPECT_EQ(SubscribeSensor(SENSOR_TYPE_ID_ACCELEROMETER, &user_), 0) << "again is fine";
+    EXPECT_NE(DeactivateSensor(SENSOR_TYPE_ID_ACCELEROMETER, &user_), 0) << "not active";
+    EXPECT_EQ(ActivateSensor(SENSOR_TYPE_ID_ACCELEROMETER, &user_), 0);
+    EXPECT_EQ(ActivateSensor(SENSOR_TYPE_ID_ACCELEROMETER, &user_), 0) << "again is fine";
+    EXPECT_EQ(UnsubscribeSensor(SENSOR_TYPE_ID_ACCELEROMETER, &user_), 0);
+    EXPECT_NE(UnsubscribeSensor(SENSOR_TYPE_ID_ACCELEROMETER, &user_), 0);
+    EXPECT_NE(DeactivateSensor(SENSOR_TYPE_ID_ACCELEROMETER, &user_), 0) << "ended with it";
+}
+
+TEST_F(IioSensorServiceTest, SamplesArriveOnAPlatformThreadNoFasterThanAsked)
+{
+    AddAccel(0);
+    constexpr int64_t kIntervalNs = 50000000;  // 50 ms
+    const auto start = Clock::now();
+    Start(SENSOR_TYPE_ID_ACCELEROMETER, &user_, kIntervalNs);
+    ASSERT_TRUE(WaitFor([](const auto& r) { return r.size() >= 4; }));
+
+    std::lock_guard<std::mutex> lock(gMutex);
+    EXPECT_NE(gReceived[0].thread, std::this_thread::get_id());
+    EXPECT_THAT(gReceived[0].values, ElementsAre(0.0f, 0.0f, FloatNear(9.8f, 1e-5), 0.0f));
+    // Four samples span at least three intervals.
+    EXPECT_GE(gReceived[3].when - start, std::chrono::nanoseconds(3 * kIntervalNs));
+}
+
+TEST_F(IioSensorServiceTest, EverySubscriberSeesEverySample)
+{
+    AddAccel(0);
+    Start(SENSOR_TYPE_ID_ACCELEROMETER, &user_);
+    Start(SENSOR_TYPE_ID_ACCELEROMETER, &other_);
+    // Samples are told apart by their time stamps: each reaches both, none twice.
+    const auto copies = [](const std::vector<Received>& received) {
+        std::map<int64_t, int> seen;
+        for (const Received& r : received) {
+            ++seen[r.timestamp];
+        }
+        std::vector<int> counts;
+        for (const auto& entry : seen) {
+            counts.push_back(entry.second);
+        }
+        return counts;
+    };
+    const auto paired = [](const std::vector<int>& counts) {
+        return std::find(counts.begin(), counts.end(), 2);
+    };
+    ASSERT_TRUE(WaitFor([&](const auto& r) {
+        const std::vector<int> counts = copies(r);
+        return counts.end() - paired(counts) >= 4;
+    }));
+    std::lock_guard<std::mutex> lock(gMutex);
+    const std::vector<int> counts = copies(gReceived);
+    // Before the second subscriber came only the first is served; the last sample may
+    // still be on its way to the second.
+    EXPECT_THAT(std::vector<int>(paired(counts), counts.end() - 1), Each(2));
+}
+
+TEST_F(IioSensorServiceTest, NothingArrivesOnceDeactivateHasReturned)
+{
+    AddAccel(0);
+    Start(SENSOR_TYPE_ID_ACCELEROMETER, &user_, 5000000);
+    ASSERT_TRUE(WaitFor([](const auto& r) { return r.size() >= 3; }));
+    ASSERT_EQ(DeactivateSensor(SENSOR_TYPE_ID_ACCELEROMETER, &user_), 0);
+    const size_t count = CountNow(SENSOR_TYPE_ID_ACCELEROMETER);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_EQ(CountNow(SENSOR_TYPE_ID_ACCELEROMETER), count);
+}
+
+TEST_F(IioSensorServiceTest, AVanishingDeviceIsReportedOnceAndTheOthersGoOn)
+{
+    AddAccel(0);
+    AddLight(1);
+    Start(SENSOR_TYPE_ID_ACCELEROMETER, &user_);
+    Start(SENSOR_TYPE_ID_AMBIENT_LIGHT, &user_);
+    ASSERT_TRUE(WaitFor([](const auto& r) {
+        return Count(r, SENSOR_TYPE_ID_ACCELEROMETER) > 0 &&
+               Count(r, SENSOR_TYPE_ID_AMBIENT_LIGHT) > 0;
+    }));
+
+    tree_.Unplug(0);
+    const size_t lightBefore = CountNow(SENSOR_TYPE_ID_AMBIENT_LIGHT);
+    // Let several intervals pass: the light keeps coming, the error is written once.
+    ASSERT_TRUE(WaitFor([lightBefore](const auto& r) {
+        return Count(r, SENSOR_TYPE_ID_AMBIENT_LIGHT) >= lightBefore + 10;
+    }));
+    const size_t accelGone = CountNow(SENSOR_TYPE_ID_ACCELEROMETER);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_EQ(CountNow(SENSOR_TYPE_ID_ACCELEROMETER), accelGone);
+    std::vector<std::string> log = LogLines();
+    ASSERT_THAT(log, SizeIs(1));
+    EXPECT_THAT(log[0], HasSubstr("E D002211/LinuxPlatform: accelerometer iio:device0 (accel) "
+                                  "stopped delivering"));
+
+    tree_.Replug(0);
+    EXPECT_TRUE(WaitFor(
+        [accelGone](const auto& r) { return Count(r, SENSOR_TYPE_ID_ACCELEROMETER) > accelGone; }));
+    log = LogLines();
+    ASSERT_THAT(log, SizeIs(2));
+    EXPECT_THAT(log[1], HasSubstr("delivers again"));
+}
+
+TEST_F(IioSensorServiceTest, ABrokenDeviceIsReportedOnceHoweverOftenItIsSeen)
+{
+    tree_.AddDevice(0, "odd");
+    tree_.Accel(0, 0, 0, 1);
+    tree_.Write(0, "in_accel_scale", "");
+    AddLight(1);
+    SensorInfo* list = nullptr;
+    int32_t count = 0;
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_EQ(GetAllSensors(&list, &count), 0);
+    }
+    EXPECT_EQ(count, 1);
+    EXPECT_NE(SubscribeSensor(SENSOR_TYPE_ID_ACCELEROMETER, &user_), 0);
+    const std::vector<std::string> log = LogLines();
+    ASSERT_THAT(log, SizeIs(1));
+    EXPECT_THAT(log[0], HasSubstr("in_accel_scale holds no number"));
+}
+
+}  // namespace
+}  // namespace Tarvo::Linux
