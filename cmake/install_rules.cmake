@@ -21,6 +21,13 @@ install(TARGETS quil_motion
 install(TARGETS quil_platform_host quil_motion_headers EXPORT QuilMotionTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+# A Linux-platform plug-in needs its platform library beside it.
+if(TARGET quil_platform_linux)
+  set_target_properties(quil_platform_linux PROPERTIES VERSION ${PROJECT_VERSION}
+                        SOVERSION ${PROJECT_VERSION_MAJOR})
+  install(TARGETS quil_platform_linux LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+          COMPONENT runtime NAMELINK_COMPONENT dev)
+endif()
 install(FILES ${QUIL_HOST_HEADERS} ${PROJECT_SOURCE_DIR}/platform/host/host_platform.h
         DESTINATION ${QUIL_INCLUDE_SUBDIR} COMPONENT dev)
 
@@ -85,6 +92,11 @@ set(QUIL_MAN_PAGES)
 if(SCDOC)
   foreach(source ${QUIL_MAN_SOURCES})
     get_filename_component(page ${source} NAME_WLE)  # quil-replay.1
+    # A program's page only where the program is built (quil-live: Linux builds).
+    string(REGEX REPLACE "\\.[0-9]$" "" program ${page})
+    if(program STREQUAL "quil-live" AND NOT TARGET quil-live)
+      continue()
+    endif()
     string(REGEX MATCH "[0-9]$" section ${page})
     set(out ${PROJECT_BINARY_DIR}/man/${page}.gz)
     # gzip -n: no name or time stamp, so the page is the same from build to build.
