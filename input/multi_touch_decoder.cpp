@@ -1,6 +1,7 @@
 #include "multi_touch_decoder.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace Tarvo::Input {
@@ -33,11 +34,17 @@ int64_t SlotKey(int slot, int32_t trackingId)
     return (static_cast<int64_t>(slot) << 32) | static_cast<uint32_t>(trackingId);
 }
 
-int64_t SquaredDistance(int32_t x0, int32_t y0, int32_t x1, int32_t y1)
+// Unsigned and saturating: coordinates anywhere in the int32 range square past int64.
+uint64_t SquaredDistance(int32_t x0, int32_t y0, int32_t x1, int32_t y1)
 {
     const int64_t dx = int64_t{x0} - x1;
     const int64_t dy = int64_t{y0} - y1;
-    return dx * dx + dy * dy;
+    const uint64_t ux = static_cast<uint64_t>(dx < 0 ? -dx : dx);
+    const uint64_t uy = static_cast<uint64_t>(dy < 0 ? -dy : dy);
+    const uint64_t xx = ux * ux;
+    const uint64_t yy = uy * uy;
+    return xx > std::numeric_limits<uint64_t>::max() - yy ? std::numeric_limits<uint64_t>::max()
+                                                          : xx + yy;
 }
 
 }  // namespace
@@ -217,7 +224,7 @@ void MultiTouchDecoder::MatchContactsA(std::vector<Contact>& contacts)
         }
     }
     // Contacts without a tracking id continue the nearest contact of the last frame.
-    std::vector<std::pair<int64_t, std::pair<size_t, size_t>>> pairs;
+    std::vector<std::pair<uint64_t, std::pair<size_t, size_t>>> pairs;
     for (size_t i = 0; i < pendingA_.size(); ++i) {
         for (size_t j = 0; j < lastA_.size(); ++j) {
             if (!matched[i] && !used[j]) {

@@ -102,7 +102,6 @@ private:
     // Protocol A frame being collected.
     std::vector<Slot> pendingA_;
     Slot contactA_;
-    bool contactHasData_ = false;
     bool frameTouchesA_ = false;  // the frame carried touch data or an explicit lift
     bool frameOther_ = false;     // the frame carried events that are not about touch
     std::vector<Contact> lastA_;  // protocol A contacts of the last frame, for matching
