@@ -68,12 +68,19 @@ void HostInputService::DeliveryLoop()
             monitors.push_back(entry.second);
         }
         delivering_ = true;
+        const bool drained = queue_.empty();
         lock.unlock();
         WorkerTracker::Instance().BeforeDelivery();
         for (const auto& monitor : monitors) {
             if (monitor) {
                 monitor(event);
             }
+        }
+        if (drained) {
+            // The library's worker has just been woken, often onto this very core: let
+            // it run before this thread's bookkeeping, as a service that hands off and
+            // sleeps would. Within a burst the worker is busy anyway.
+            std::this_thread::yield();
         }
         // The copies go before the delivery counts as over: their code may belong to a
         // module that is unloaded as soon as RemoveMonitor returns.

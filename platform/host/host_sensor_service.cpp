@@ -209,8 +209,15 @@ void HostSensorService::DeliveryLoop()
         queueHead_ = (queueHead_ + 1) % queue_.size();
         --queued_;
         delivering_ = true;
+        const bool drained = queued_ == 0;
         lock.unlock();
         Deliver(delivery);
+        if (drained) {
+            // The library's worker has just been woken, often onto this very core: let
+            // it run before this thread's bookkeeping, as a service that hands off and
+            // sleeps would. Within a burst the worker is busy anyway.
+            std::this_thread::yield();
+        }
         lock.lock();
         delivering_ = false;
         lock.unlock();
