@@ -1,4 +1,4 @@
-// Reads dumps of Android's getevent: "-lt" (names) and "-t" (hex numbers), with or
+// Reads getevent dumps: "-lt" (names) and "-t" (hex numbers), with or
 // without a device path on each line, and the "-lp" description block that may come
 // first ("add device N: PATH", then the ABS axes with their ranges).
 #pragma once
