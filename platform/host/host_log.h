@@ -21,9 +21,6 @@ public:
     void SetLevel(int level) { level_.store(level, std::memory_order_relaxed); }
     void SetSink(std::function<void(const LogLine&)> sink);
 
-    // `fmt` with the privacy flags ("{public}" after a '%') removed.
-    static std::string StripPrivacyFlags(const char* fmt);
-
 private:
     HostLog() = default;
 

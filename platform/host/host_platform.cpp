@@ -10,6 +10,7 @@
 #include "host_log.h"
 #include "host_sensor_service.h"
 #include "input_manager.h"
+#include "log_format.h"
 #include "platform_log.h"
 #include "sensor_service_client.h"
 #include "thread_support.h"
@@ -63,13 +64,7 @@ const char* SensorCallName(SensorCall call)
 
 std::string FormatLogLine(const LogLine& line)
 {
-    static constexpr char kLetters[] = {'D', 'I', 'W', 'E', 'F'};
-    const char letter = line.level >= LOG_LEVEL_DEBUG && line.level <= LOG_LEVEL_FATAL
-                            ? kLetters[line.level - 3]
-                            : '?';
-    char domain[16];
-    std::snprintf(domain, sizeof(domain), "%X", line.domain);
-    return std::string(1, letter) + " " + domain + "/" + line.tag + ": " + line.message;
+    return PlatformLog::FormatLine(line.level, line.domain, line.tag, line.message);
 }
 
 void HostPlatform::Reset()

@@ -3,7 +3,8 @@
 #include <syslog.h>
 
 #include <cstdio>
-#include <vector>
+
+#include "log_format.h"
 
 namespace Tarvo::Linux {
 
@@ -14,49 +15,12 @@ LinuxLog& LinuxLog::Instance()
     return *instance;
 }
 
-std::string LinuxLog::StripPrivacyFlags(const char* fmt)
-{
-    std::string out;
-    for (const char* p = fmt; *p != '\0'; ++p) {
-        out.push_back(*p);
-        if (*p == '%' && p[1] == '{') {
-            const char* close = p + 2;
-            while (*close != '\0' && *close != '}') {
-                ++close;
-            }
-            if (*close == '}') {
-                p = close;
-            }
-        }
-    }
-    return out;
-}
-
-std::string LinuxLog::FormatLine(int level, unsigned int domain, const std::string& tag,
-                                 const std::string& message)
-{
-    static constexpr char kLetters[] = {'D', 'I', 'W', 'E', 'F'};
-    const char letter = level >= 3 && level <= 7 ? kLetters[level - 3] : '?';
-    char prefix[32];
-    std::snprintf(prefix, sizeof(prefix), "%c %X/", letter, domain);
-    return prefix + tag + ": " + message;
-}
-
 void LinuxLog::Print(int level, unsigned int domain, const char* tag, const char* fmt, va_list args)
 {
     if (!IsLoggable(level) || fmt == nullptr) {
         return;
     }
-    const std::string format = StripPrivacyFlags(fmt);
-    va_list sizing;
-    va_copy(sizing, args);
-    const int length = std::vsnprintf(nullptr, 0, format.c_str(), sizing);
-    va_end(sizing);
-    std::vector<char> buffer(length > 0 ? static_cast<size_t>(length) + 1 : 1, '\0');
-    if (length > 0) {
-        std::vsnprintf(buffer.data(), buffer.size(), format.c_str(), args);
-    }
-    Emit(level, domain, tag != nullptr ? tag : "", buffer.data());
+    Emit(level, domain, tag != nullptr ? tag : "", PlatformLog::RenderMessage(fmt, args));
 }
 
 void LinuxLog::Write(int level, const std::string& message)
@@ -69,7 +33,7 @@ void LinuxLog::Write(int level, const std::string& message)
 void LinuxLog::Emit(int level, unsigned int domain, const std::string& tag,
                     const std::string& message)
 {
-    const std::string line = FormatLine(level, domain, tag, message);
+    const std::string line = PlatformLog::FormatLine(level, domain, tag, message);
     std::lock_guard<std::mutex> lock(mutex_);
     if (sink_) {
         sink_(level, line);

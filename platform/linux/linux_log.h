@@ -34,12 +34,6 @@ public:
     void SetDestination(LogDestination destination);
     void SetSink(std::function<void(int, const std::string&)> sink);
 
-    // "<L> D002210/<tag>: <message>" with L one of D I W E F.
-    static std::string FormatLine(int level, unsigned int domain, const std::string& tag,
-                                  const std::string& message);
-    // `fmt` without the privacy flags ("{public}" after a '%').
-    static std::string StripPrivacyFlags(const char* fmt);
-
 private:
     LinuxLog() = default;
     void Emit(int level, unsigned int domain, const std::string& tag, const std::string& message);
