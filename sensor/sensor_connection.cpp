@@ -15,7 +15,6 @@ namespace {
 constexpr char kLogTag[] = "SensorConnection";
 constexpr int64_t kSamplingIntervalNs = 100000000;  // 100 ms
 constexpr int64_t kReportIntervalNs = 100000000;    // 100 ms
-constexpr size_t kInitialRingSlots = 64;
 
 // Outside the instance on purpose: constant-initialised and never destroyed, so a
 // delivery that races the instance's destruction at exit or unload finds them intact
@@ -30,7 +29,6 @@ SensorConnection::SensorConnection()
     // One subscriber record for every sensor, set up before any subscription so the
     // service never reads it while it changes.
     sensorUser_.callback = SensorDataCallbackImpl;
-    ring_.resize(kInitialRingSlots);
     // An unnamed semaphore must be initialised before use; zeroed storage is not a
     // portable semaphore.
     SemInit(&sem_, 0, 0);
@@ -196,28 +194,19 @@ void SensorConnection::SensorDataCallbackImpl(SensorEvent* event)
 void SensorConnection::PushData(const SensorEvent& event)
 {
     MLOGD("enter");
-    std::unique_lock<std::mutex> lock(eventMutex_);
-    if (count_ == ring_.size()) {
-        // Full: unroll into a ring twice the size. Only a worker that falls behind gets
-        // here; the storage stays for later bursts.
-        std::vector<Sample> larger(ring_.size() * 2);
-        for (size_t i = 0; i < count_; ++i) {
-            larger[i] = ring_[(head_ + i) % ring_.size()];
-        }
-        ring_.swap(larger);
-        head_ = 0;
-    }
-    Sample& slot = ring_[(head_ + count_) % ring_.size()];
-    slot.sensorTypeId = event.sensorTypeId;
-    slot.timestamp = event.timestamp;
-    slot.hasData = event.data != nullptr;
-    const size_t length = slot.hasData ? std::min<size_t>(event.dataLen, kSampleBytes) : 0;
+    // Filled outside the lock; the ring copies it into storage it reuses.
+    Sample sample;
+    sample.sensorTypeId = event.sensorTypeId;
+    sample.timestamp = event.timestamp;
+    sample.hasData = event.data != nullptr;
+    const size_t length = sample.hasData ? std::min<size_t>(event.dataLen, kSampleBytes) : 0;
     if (length > 0) {
-        std::memcpy(slot.data, event.data, length);
+        std::memcpy(sample.data, event.data, length);
     }
-    std::memset(slot.data + length, 0, kSampleBytes - length);
-    ++count_;
-    lock.unlock();
+    {
+        std::lock_guard<std::mutex> lock(eventMutex_);
+        events_.push_back(sample);
+    }
     // Posted after unlocking: the woken worker takes the same lock first thing.
     SemPost(&sem_);
 }
@@ -225,11 +214,11 @@ void SensorConnection::PushData(const SensorEvent& event)
 std::optional<SensorEvent> SensorConnection::GetSensorEvent()
 {
     std::lock_guard<std::mutex> lock(eventMutex_);
-    if (count_ == 0) {
+    if (events_.empty()) {
         MLOGE("No sensorEvent");
         return std::nullopt;
     }
-    Sample& front = ring_[head_];
+    Sample& front = events_.front();
     SensorEvent event{};
     event.sensorTypeId = front.sensorTypeId;
     event.timestamp = front.timestamp;
@@ -241,25 +230,23 @@ std::optional<SensorEvent> SensorConnection::GetSensorEvent()
 bool SensorConnection::PopData()
 {
     std::lock_guard<std::mutex> lock(eventMutex_);
-    if (count_ == 0) {
+    if (events_.empty()) {
         MLOGE("No sensorEvent");
         return false;
     }
-    head_ = (head_ + 1) % ring_.size();
-    --count_;
+    events_.pop_front();
     return true;
 }
 
 bool SensorConnection::TakeFront(Sample& out)
 {
     std::lock_guard<std::mutex> lock(eventMutex_);
-    if (count_ == 0) {
+    if (events_.empty()) {
         QUIL_LOG(LOG_LEVEL_ERROR, kLogTag, "GetSensorEvent", "No sensorEvent");
         return false;
     }
-    out = ring_[head_];
-    head_ = (head_ + 1) % ring_.size();
-    --count_;
+    out = events_.front();
+    events_.pop_front();
     return true;
 }
 

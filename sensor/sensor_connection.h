@@ -16,8 +16,8 @@
 #include <optional>
 #include <set>
 #include <thread>
-#include <vector>
 
+#include "event_ring.h"
 #include "sensor_service_client.h"
 #include "singleton.h"
 
@@ -95,11 +95,9 @@ private:
     std::map<int, Binding> callbacks_;
     uint64_t dispatchSerial_ = 0;
     bool dispatching_ = false;
-    // Ring of queued samples; grows by doubling and never shrinks, so a steady stream
-    // allocates nothing.
-    std::vector<Sample> ring_;
-    size_t head_ = 0;
-    size_t count_ = 0;
+    // Queued samples, in storage that grows while the worker falls behind and then
+    // stays, so a steady stream allocates nothing.
+    EventRing<Sample> events_;
     Sample current_;  // the sample being dispatched; worker only
     std::mutex eventMutex_;
     // Sensors subscribed through sensorUser_, for UnregisterAllSensors.
