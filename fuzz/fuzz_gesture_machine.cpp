@@ -7,28 +7,17 @@
 #include <memory>
 
 #include "algo_state_manager.h"
+#include "fuzz_values.h"
 
 namespace {
 using namespace Tarvo::Quil;
+namespace Fuzz = Tarvo::Fuzz;
 
 class NullCallback : public IMotionAlgo::Callback {
 public:
     int OnMotionChanged(const MotionData& /*data*/) override { return 0; }
 };
 
-int32_t Coordinate(uint8_t selector, uint8_t low)
-{
-    switch (selector % 8) {
-        case 0:
-            return std::numeric_limits<int32_t>::min();
-        case 1:
-            return std::numeric_limits<int32_t>::max();
-        case 2:
-            return -static_cast<int32_t>(low);
-        default:
-            return static_cast<int32_t>(selector) * 12 + low;  // a screen-sized range
-    }
-}
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -42,8 +31,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         PointerEvent event;
         event.pointerAction = (e[0] % 8 == 7) ? e[0] : 2 + e[0] % 3;  // mostly valid codes
         event.pointerId = e[1] % 6;
-        event.x = Coordinate(e[2], e[3]);
-        event.y = Coordinate(e[3], e[2]);
+        event.x = Fuzz::Coordinate(e[2], e[3]);
+        event.y = Fuzz::Coordinate(e[3], e[2]);
         for (int id = 0; id < e[4] % 6; ++id) {
             event.pointerIds.push_back((e[5] >> id) & 1 ? id : (id + e[5]) % 6);
         }

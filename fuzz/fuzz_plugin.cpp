@@ -18,6 +18,7 @@
 #include <thread>
 #include <vector>
 
+#include "fuzz_values.h"
 #include "host_platform.h"
 #include "i_motion_algo.h"
 #include "motion_type.h"
@@ -126,17 +127,7 @@ float SampleValue(Tape& tape, float scale)
 int32_t Coordinate(Tape& tape)
 {
     const uint8_t selector = tape.Byte();
-    const uint8_t low = tape.Byte();
-    switch (selector % 8) {
-        case 0:
-            return std::numeric_limits<int32_t>::min();
-        case 1:
-            return std::numeric_limits<int32_t>::max();
-        case 2:
-            return -static_cast<int32_t>(low);
-        default:
-            return static_cast<int32_t>(selector) * 12 + low;  // a screen-sized range
-    }
+    return Tarvo::Fuzz::Coordinate(selector, tape.Byte());
 }
 
 std::vector<int32_t> PointerIds(Tape& tape)
