@@ -52,53 +52,55 @@ std::vector<int> ResultsFromHostThread(const LoadedPlugin& plugin, int type)
     return results;
 }
 
+// What the sequence gives when the host runs it from inside the first report of
+// `type`, played in by `inject`; the object is destroyed afterwards.
+struct FromReport {
+    std::vector<int> results;
+    bool ran = false;
+    std::shared_ptr<HookCallback> callback = std::make_shared<HookCallback>();
+};
+FromReport ResultsFromReport(const LoadedPlugin& plugin, int type, void (*inject)(),
+                             const char* what)
+{
+    FromReport out;
+    IMotionAlgo* algo = plugin.Create();
+    std::atomic<bool> ran{false};
+    out.callback->hook = [&](const MotionData& data) {
+        if (data.type == type && !ran.exchange(true)) {
+            out.results = RunEveryOperation(*algo, out.callback);
+        }
+    };
+    algo->RegisterCallback(out.callback);
+    EXPECT_EQ(algo->Enable(type), 0);
+    FinishesWithin(20, what, [&] {
+        inject();
+        EXPECT_TRUE(HostPlatform::WaitIdle());
+        plugin.Destroy(algo);
+    });
+    out.callback->hook = nullptr;  // it refers to this frame
+    out.ran = ran;
+    return out;
+}
+
 TEST_F(ReentrancyStress, EveryOperationFromASensorReportMatchesTheHostThread)
 {
     const std::vector<int> expected = ResultsFromHostThread(plugin_, 3);
-    IMotionAlgo* algo = plugin_.Create();
-    auto cb = std::make_shared<HookCallback>();
-    std::vector<int> fromReport;
-    std::atomic<bool> ran{false};
-    cb->hook = [&](const MotionData& data) {
-        if (data.type == 3 && !ran.exchange(true)) {
-            fromReport = RunEveryOperation(*algo, cb);
-        }
-    };
-    algo->RegisterCallback(cb);
-    ASSERT_EQ(algo->Enable(3), 0);
-    FinishesWithin(20, "a flip whose report calls back in", [&] {
-        InjectFlip();
-        ASSERT_TRUE(HostPlatform::WaitIdle());
-        plugin_.Destroy(algo);
-    });
-    ASSERT_TRUE(ran);
-    EXPECT_EQ(fromReport, expected);
+    const FromReport got =
+        ResultsFromReport(plugin_, 3, InjectFlip, "a flip whose report calls back in");
+    ASSERT_TRUE(got.ran);
+    EXPECT_EQ(got.results, expected);
     // Flip was disabled from inside its first report: its second never came.
-    EXPECT_EQ(cb->CountOf(3), 1U);
+    EXPECT_EQ(got.callback->CountOf(3), 1U);
     ExpectPlatformClean();
 }
 
 TEST_F(ReentrancyStress, EveryOperationFromAGestureReportMatchesTheHostThread)
 {
     const std::vector<int> expected = ResultsFromHostThread(plugin_, 10);
-    IMotionAlgo* algo = plugin_.Create();
-    auto cb = std::make_shared<HookCallback>();
-    std::vector<int> fromReport;
-    std::atomic<bool> ran{false};
-    cb->hook = [&](const MotionData& data) {
-        if (data.type == 10 && !ran.exchange(true)) {
-            fromReport = RunEveryOperation(*algo, cb);
-        }
-    };
-    algo->RegisterCallback(cb);
-    ASSERT_EQ(algo->Enable(10), 0);
-    FinishesWithin(20, "a swipe whose report calls back in", [&] {
-        InjectSwipe();
-        ASSERT_TRUE(HostPlatform::WaitIdle());
-        plugin_.Destroy(algo);
-    });
-    ASSERT_TRUE(ran);
-    EXPECT_EQ(fromReport, expected);
+    const FromReport got =
+        ResultsFromReport(plugin_, 10, InjectSwipe, "a swipe whose report calls back in");
+    ASSERT_TRUE(got.ran);
+    EXPECT_EQ(got.results, expected);
     ExpectPlatformClean();
 }
 
