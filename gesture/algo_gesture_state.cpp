@@ -103,6 +103,13 @@ void AlgoGestureState::In(const PointerData& data)
     }
 }
 
+void AlgoGestureState::Reset()
+{
+    distance = 0;
+    angle = 0;
+    pointerEvents_.clear();
+}
+
 PointerData AlgoGestureState::Out() const
 {
     MLOGD("enter");

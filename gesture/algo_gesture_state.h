@@ -57,6 +57,8 @@ public:
     // Dispatches on the pointer action; unknown actions lead to STATE_ERROR.
     States HandlePointerEvent(const PointerEvent& event);
     void In(const PointerData& data);
+    // Back to a new object's contents: no records, no distance or angle.
+    void Reset();
     PointerData Out() const;
     // Makes each finger's move record its new down record; false if a move record has
     // no down record.

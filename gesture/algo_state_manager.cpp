@@ -23,13 +23,25 @@ AlgoStateManager::AlgoStateManager()
 {
     // Logged under the factory's name, as the machine's first state is made here.
     QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "CreateState", "AlgoStateManager enter");
-    currentState_ = std::make_shared<AlgoIdleState>();
+    for (size_t index = 0; index < kStateCount; ++index) {
+        states_[index] = MakeState(static_cast<States>(index));
+    }
+    currentState_ = states_[STATE_IDLE];
     currentState_->SetCurrentState(STATE_IDLE);
 }
 
 std::shared_ptr<AlgoGestureState> AlgoStateManager::CreateState(States state)
 {
     MLOGD("AlgoStateManager enter");
+    std::shared_ptr<AlgoGestureState> made = MakeState(state);
+    if (made == nullptr) {
+        MLOGE("Unknown state");
+    }
+    return made;
+}
+
+std::shared_ptr<AlgoGestureState> AlgoStateManager::MakeState(States state)
+{
     switch (state) {
         case STATE_IDLE:
             return std::make_shared<AlgoIdleState>();
@@ -56,7 +68,6 @@ std::shared_ptr<AlgoGestureState> AlgoStateManager::CreateState(States state)
         case STATE_ERROR:
             return std::make_shared<AlgoErrorState>();
     }
-    MLOGE("Unknown state");
     return nullptr;
 }
 
@@ -92,11 +103,16 @@ void AlgoStateManager::TransformState(States next)
     }
     PointerData data = currentState_ != nullptr ? currentState_->Out() : PointerData{};
     lastState_ = std::move(currentState_);
-    currentState_ = CreateState(next);
-    if (currentState_ == nullptr) {
+    // The factory's lines, as if a new object were made.
+    QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "CreateState", "AlgoStateManager enter");
+    if (next < 0 || static_cast<size_t>(next) >= kStateCount) {
+        QUIL_LOG(LOG_LEVEL_ERROR, kLogTag, "CreateState", "Unknown state");
+        currentState_ = nullptr;
         MLOGE("currentState_ is nullptr");
         return;
     }
+    currentState_ = states_[next];
+    currentState_->Reset();
     currentState_->SetCurrentState(next);
     currentState_->In(data);
 }

@@ -1,6 +1,7 @@
 // Owns the current gesture state and replaces it when a handler decides on another.
 #pragma once
 
+#include <array>
 #include <memory>
 
 #include "algo_gesture_state.h"
@@ -25,6 +26,14 @@ public:
     std::shared_ptr<const AlgoGestureState> GetCurrentState() const { return currentState_; }
 
 private:
+    static constexpr size_t kStateCount = STATE_ERROR + 1;
+
+    // The object for `state` without the factory's log lines; null outside 0..11.
+    static std::shared_ptr<AlgoGestureState> MakeState(States state);
+
+    // One object per state, made up front and emptied on every entry: a transition
+    // happens several times per gesture and must not allocate.
+    std::array<std::shared_ptr<AlgoGestureState>, kStateCount> states_;
     std::shared_ptr<AlgoGestureState> currentState_;
     std::shared_ptr<AlgoGestureState> lastState_;
 };

@@ -39,8 +39,10 @@ public:
     int32_t GetPointerAction() const { return pointerAction_; }
     void SetPointerAction(int32_t action) { pointerAction_ = action; }
 
-    // Ids of all pointers on the screen, in the service's order.
-    std::vector<int32_t> GetPointerIds() const { return pointerIds_; }
+    // Ids of all pointers on the screen, in the service's order. A reference, so that a
+    // monitor can copy the list into storage it reuses without a heap copy per event; a
+    // client that returns the list by value compiles against the same monitor code.
+    const std::vector<int32_t>& GetPointerIds() const { return pointerIds_; }
     void SetPointerIds(std::vector<int32_t> ids) { pointerIds_ = std::move(ids); }
 
     // The item of `pointerId`; false when the event carries none for it.

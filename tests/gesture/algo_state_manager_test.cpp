@@ -71,6 +71,36 @@ TEST_F(AlgoStateManagerTest, StoreTravelsAndStayingKeepsTheStateObject)
     EXPECT_EQ(manager_.GetCurrentState(), object);
 }
 
+// State objects are reused from gesture to gesture: what one gesture stored must not
+// show up when the next enters the same states.
+TEST_F(AlgoStateManagerTest, ReenteredStatesHoldOnlyWhatWasHandedOver)
+{
+    const std::vector<PointerEvent> gesture = {
+        Touch(2, 0, 100, 900, {0}),       Touch(3, 0, 140, 900, {0}),
+        Touch(2, 1, 400, 900, {0, 1}),    Touch(3, 1, 450, 950, {0, 1}),
+        Touch(2, 2, 700, 900, {0, 1, 2}), Touch(3, 2, 700, 990, {0, 1, 2}),
+        Touch(4, 2, 700, 990, {0, 1, 2}), Touch(4, 1, 450, 950, {0, 1}),
+        Touch(4, 0, 140, 900, {0})};
+    auto trace = [](AlgoStateManager& manager, const std::vector<PointerEvent>& events) {
+        std::vector<std::vector<int32_t>> steps;
+        for (const PointerEvent& event : events) {
+            manager.TransformState(manager.EnableHandle(event));
+            std::vector<int32_t> step = {manager.GetCurrentState()->GetCurrentState()};
+            for (const auto& [key, record] : manager.GetCurrentState()->Out().pointerEvents) {
+                step.insert(step.end(), {key.pointerId, key.pointerAction, record.x, record.y});
+            }
+            steps.push_back(step);
+        }
+        return steps;
+    };
+    // Some other gesture first, cut short by a wrong action, then the gesture itself.
+    trace(manager_, {Touch(2, 0, 10, 20, {0}), Touch(2, 1, 30, 40, {0, 1}),
+                     Touch(3, 1, 35, 45, {0, 1}), Touch(9, 0, 0, 0, {0})});
+    trace(manager_, {Touch(4, 1, 35, 45, {0, 1}), Touch(4, 0, 10, 20, {0})});
+    AlgoStateManager fresh;
+    EXPECT_EQ(trace(manager_, gesture), trace(fresh, gesture));
+}
+
 TEST_F(AlgoStateManagerTest, UnknownPointerActionLeadsToError)
 {
     LogCapture log;
