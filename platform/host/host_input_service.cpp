@@ -29,7 +29,7 @@ void HostInputService::RemoveMonitor(int32_t monitorId)
     monitors_.erase(monitorId);
     // A delivery in flight may still be inside the monitor: wait it out, unless the
     // monitor itself is removing itself.
-    if (std::this_thread::get_id() != deliveryThread_) {
+    if (!delivering_ || std::this_thread::get_id() != deliveringThread_) {
         delivered_.wait(lock, [this] { return !delivering_; });
     }
 }
@@ -43,6 +43,10 @@ void HostInputService::SetMonitorId(int32_t monitorId)
 void HostInputService::Inject(std::shared_ptr<MMI::PointerEvent> event)
 {
     WorkerTracker::Instance().DeliveryQueued();
+    if (inline_.load(std::memory_order_relaxed)) {
+        DeliverHere(std::move(event));
+        return;
+    }
     {
         std::lock_guard<std::mutex> lock(mutex_);
         queue_.push_back(std::move(event));
@@ -54,43 +58,79 @@ void HostInputService::Inject(std::shared_ptr<MMI::PointerEvent> event)
     wake_.notify_one();
 }
 
+void HostInputService::SetInlineDelivery(bool on)
+{
+    inline_.store(on, std::memory_order_relaxed);
+}
+
+std::vector<MMI::PointerMonitor>& HostInputService::BeginDeliveryLocked()
+{
+    std::vector<MMI::PointerMonitor>& monitors = calling_;
+    monitors.clear();
+    for (const auto& entry : monitors_) {
+        monitors.push_back(entry.second);
+    }
+    delivering_ = true;
+    deliveringThread_ = std::this_thread::get_id();
+    return monitors;
+}
+
+void HostInputService::Deliver(std::shared_ptr<MMI::PointerEvent>& event, bool yieldAfter)
+{
+    std::vector<MMI::PointerMonitor>& monitors = calling_;
+    WorkerTracker::Instance().BeforeDelivery();
+    for (const auto& monitor : monitors) {
+        if (monitor) {
+            monitor(event);
+        }
+    }
+    if (yieldAfter) {
+        // The library's worker has just been woken, often onto this very core: let it
+        // run before this thread's bookkeeping, as a service that hands off and sleeps
+        // would. Within a burst the worker is busy anyway.
+        std::this_thread::yield();
+    }
+    // The copies go before the delivery counts as over: their code may belong to a
+    // module that is unloaded as soon as RemoveMonitor returns.
+    monitors.clear();
+    event.reset();
+    bool queued = false;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        delivering_ = false;
+        deliveringThread_ = std::thread::id();
+        queued = !queue_.empty();
+    }
+    delivered_.notify_all();
+    if (queued) {
+        wake_.notify_one();  // the service's thread may be waiting for an inline delivery
+    }
+    WorkerTracker::Instance().DeliveryDone();
+}
+
+void HostInputService::DeliverHere(std::shared_ptr<MMI::PointerEvent> event)
+{
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        delivered_.wait(lock, [this] { return queue_.empty() && !delivering_; });
+        BeginDeliveryLocked();
+    }
+    // The caller goes on to its own work, so no yield: the worker takes the other core
+    // or this one once the caller waits.
+    Deliver(event, false);
+}
+
 void HostInputService::DeliveryLoop()
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    deliveryThread_ = std::this_thread::get_id();
     for (;;) {
-        wake_.wait(lock, [this] { return !queue_.empty(); });
+        wake_.wait(lock, [this] { return !queue_.empty() && !delivering_; });
         std::shared_ptr<MMI::PointerEvent> event = std::move(queue_.front());
         queue_.pop_front();
-        std::vector<MMI::PointerMonitor>& monitors = calling_;
-        monitors.clear();
-        for (const auto& entry : monitors_) {
-            monitors.push_back(entry.second);
-        }
-        delivering_ = true;
+        BeginDeliveryLocked();
         const bool drained = queue_.empty();
         lock.unlock();
-        WorkerTracker::Instance().BeforeDelivery();
-        for (const auto& monitor : monitors) {
-            if (monitor) {
-                monitor(event);
-            }
-        }
-        if (drained) {
-            // The library's worker has just been woken, often onto this very core: let
-            // it run before this thread's bookkeeping, as a service that hands off and
-            // sleeps would. Within a burst the worker is busy anyway.
-            std::this_thread::yield();
-        }
-        // The copies go before the delivery counts as over: their code may belong to a
-        // module that is unloaded as soon as RemoveMonitor returns.
-        monitors.clear();
-        event.reset();
-        lock.lock();
-        delivering_ = false;
-        delivered_.notify_all();
-        lock.unlock();
-        WorkerTracker::Instance().DeliveryDone();
+        Deliver(event, drained);
         lock.lock();
     }
 }

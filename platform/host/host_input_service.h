@@ -2,6 +2,7 @@
 // events on the service's own thread to every installed monitor.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -26,12 +27,20 @@ public:
 
     void SetMonitorId(int32_t monitorId);
     void Inject(std::shared_ptr<MMI::PointerEvent> event);
+    // On: each event is delivered on the injecting thread, after whatever is still
+    // queued, one delivery at a time, as the service's own thread would.
+    void SetInlineDelivery(bool on);
     int InstalledMonitorCount();
     void Reset();
 
 private:
     HostInputService() = default;
     void DeliveryLoop();
+    void DeliverHere(std::shared_ptr<MMI::PointerEvent> event);
+    // Copies the monitors to call and marks a delivery in flight on this thread.
+    std::vector<MMI::PointerMonitor>& BeginDeliveryLocked();
+    // Calls them, then drops the copies and the event before the delivery counts as over.
+    void Deliver(std::shared_ptr<MMI::PointerEvent>& event, bool yieldAfter);
 
     std::mutex mutex_;
     std::condition_variable wake_;
@@ -41,8 +50,9 @@ private:
     std::optional<int32_t> fixedId_;
     std::deque<std::shared_ptr<MMI::PointerEvent>> queue_;
     std::vector<MMI::PointerMonitor> calling_;  // the delivery thread's, reused
+    std::atomic<bool> inline_{false};
     bool delivering_ = false;
-    std::thread::id deliveryThread_;
+    std::thread::id deliveringThread_;  // the one in flight, if any
     std::unique_ptr<std::thread> thread_;
 };
 

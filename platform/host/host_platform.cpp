@@ -74,7 +74,7 @@ void HostPlatform::Reset()
     HostInputService::Instance().Reset();
     HostLog::Instance().SetLevel(HostLog::kOff);
     HostLog::Instance().SetSink({});
-    HostSensorService::Instance().SetWakeBatch(1);
+    SetInlineDelivery(false);
     gThreadNamingFails = false;
 }
 
@@ -99,9 +99,10 @@ void HostPlatform::InjectSample(int32_t sensorTypeId, const std::vector<float>& 
     HostSensorService::Instance().InjectSample(sensorTypeId, values, timestampNs);
 }
 
-void HostPlatform::SetSampleBatch(size_t samples)
+void HostPlatform::SetInlineDelivery(bool on)
 {
-    HostSensorService::Instance().SetWakeBatch(samples);
+    HostSensorService::Instance().SetInlineDelivery(on);
+    HostInputService::Instance().SetInlineDelivery(on);
 }
 
 void HostPlatform::InjectNullEvent()
@@ -169,7 +170,6 @@ void HostPlatform::SetThreadNamingFails(bool fails)
 
 bool HostPlatform::WaitIdle(int timeoutMs)
 {
-    HostSensorService::Instance().Flush();
     return WorkerTracker::Instance().WaitIdle(timeoutMs);
 }
 

@@ -87,7 +87,8 @@ public:
     /// \param sensorTypeId the same id, or the same absence of one.
     static void Heal(SensorCall call, std::optional<int32_t> sensorTypeId);
     /// Delivers one sample to every subscriber that has subscribed to and activated
-    /// the sensor. Returns at once; delivery happens on the service's thread.
+    /// the sensor. Returns at once; delivery happens on the service's thread
+    /// (on this one with SetInlineDelivery).
     /// \param sensorTypeId the sensor type id (1 accelerometer, 5 ambient light, 12
     ///        proximity).
     /// \param values the sample's floats (accelerometer x, y, z in m/s²; light
@@ -95,11 +96,14 @@ public:
     /// \param timestampNs the sample's time stamp, in nanoseconds.
     static void InjectSample(int32_t sensorTypeId, const std::vector<float>& values,
                              int64_t timestampNs = 0);
-    /// Lets injected samples wait before the service's thread is woken to deliver
-    /// them. WaitIdle delivers what waits. A replay host that injects faster than the
-    /// library takes samples saves a wake-up per sample this way.
-    /// \param samples how many may wait (1, the default: each is delivered at once).
-    static void SetSampleBatch(size_t samples);
+    /// Makes the injecting thread play the services' delivery thread: each injected
+    /// sample or touch event is handed to the library before the injection returns
+    /// (after anything still queued, one delivery at a time, with the same waits for
+    /// Deactivate, Unsubscribe and RemoveMonitor). A host that delivers and then waits,
+    /// as a service's thread does between events, measures the library's hand-off
+    /// rather than its own; a replay saves a thread. Reset turns it off.
+    /// \param on true to deliver on the injecting thread, false for the services' own.
+    static void SetInlineDelivery(bool on);
     /// Call every subscriber's callback of every active sensor with a null event,
     /// once per subscriber record.
     static void InjectNullEvent();

@@ -98,7 +98,7 @@ int32_t HostSensorService::Deactivate(int32_t sensorTypeId, const SensorUser* us
 void HostSensorService::WaitOutDeliveryLocked(std::unique_lock<std::mutex>& lock)
 {
     // A callback that turns around and unsubscribes cannot wait for itself.
-    if (std::this_thread::get_id() != deliveryThread_) {
+    if (!delivering_ || std::this_thread::get_id() != deliveringThread_) {
         delivered_.wait(lock, [this] { return !delivering_; });
     }
 }
@@ -162,6 +162,10 @@ void HostSensorService::InjectNullEvent()
 void HostSensorService::Enqueue(const Delivery& delivery)
 {
     WorkerTracker::Instance().DeliveryQueued();
+    if (inline_.load(std::memory_order_relaxed)) {
+        DeliverHere(delivery);
+        return;
+    }
     {
         std::lock_guard<std::mutex> lock(mutex_);
         if (queued_ == queue_.size()) {
@@ -178,37 +182,57 @@ void HostSensorService::Enqueue(const Delivery& delivery)
             thread_ = std::make_unique<std::thread>([this] { DeliveryLoop(); });
             thread_->detach();  // lives as long as the (never destroyed) service
         }
-        if (queued_ < batch_) {
-            return;  // woken once the batch is full, or by Flush
-        }
     }
     wake_.notify_one();
 }
 
-void HostSensorService::SetWakeBatch(size_t samples)
+void HostSensorService::SetInlineDelivery(bool on)
+{
+    inline_.store(on, std::memory_order_relaxed);
+}
+
+void HostSensorService::DeliverHere(const Delivery& delivery)
 {
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        batch_ = std::max<size_t>(samples, 1);
+        std::unique_lock<std::mutex> lock(mutex_);
+        delivered_.wait(lock, [this] { return queued_ == 0 && !delivering_; });
+        BeginDeliveryLocked();
     }
-    Flush();
+    Deliver(delivery);
+    EndDelivery();
 }
 
-void HostSensorService::Flush()
+void HostSensorService::BeginDeliveryLocked()
 {
-    wake_.notify_one();
+    delivering_ = true;
+    deliveringThread_ = std::this_thread::get_id();
+}
+
+void HostSensorService::EndDelivery()
+{
+    bool queued = false;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        delivering_ = false;
+        deliveringThread_ = std::thread::id();
+        queued = queued_ != 0;
+    }
+    delivered_.notify_all();
+    if (queued) {
+        wake_.notify_one();  // the service's thread may be waiting for an inline delivery
+    }
+    WorkerTracker::Instance().DeliveryDone();
 }
 
 void HostSensorService::DeliveryLoop()
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    deliveryThread_ = std::this_thread::get_id();
     for (;;) {
-        wake_.wait(lock, [this] { return queued_ != 0; });
+        wake_.wait(lock, [this] { return queued_ != 0 && !delivering_; });
         const Delivery delivery = queue_[queueHead_];
         queueHead_ = (queueHead_ + 1) % queue_.size();
         --queued_;
-        delivering_ = true;
+        BeginDeliveryLocked();
         const bool drained = queued_ == 0;
         lock.unlock();
         Deliver(delivery);
@@ -218,11 +242,7 @@ void HostSensorService::DeliveryLoop()
             // sleeps would. Within a burst the worker is busy anyway.
             std::this_thread::yield();
         }
-        lock.lock();
-        delivering_ = false;
-        lock.unlock();
-        delivered_.notify_all();
-        WorkerTracker::Instance().DeliveryDone();
+        EndDelivery();
         lock.lock();
     }
 }

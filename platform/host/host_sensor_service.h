@@ -4,6 +4,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -40,10 +41,9 @@ public:
     void Heal(SensorCall call, std::optional<int32_t> sensorTypeId);
     void InjectSample(int32_t sensorTypeId, const std::vector<float>& values, int64_t timestamp);
     void InjectNullEvent();
-    // The delivery thread is woken once `samples` are queued (1: for every one), and
-    // by Flush.
-    void SetWakeBatch(size_t samples);
-    void Flush();
+    // On: each injection is delivered on the injecting thread, after whatever is still
+    // queued, one delivery at a time, as the service's own thread would.
+    void SetInlineDelivery(bool on);
     SubscriptionState GetSubscription(const void* user, int32_t sensorTypeId);
     int ActiveSubscriberCount(int32_t sensorTypeId);
     int SubscriptionCount();
@@ -66,6 +66,10 @@ private:
     bool FailsLocked(SensorCall call, int32_t sensorTypeId) const;
     void Enqueue(const Delivery& delivery);
     void DeliveryLoop();
+    void DeliverHere(const Delivery& delivery);
+    // The bookkeeping around one delivery, on whichever thread makes it.
+    void BeginDeliveryLocked();
+    void EndDelivery();
     void Deliver(const Delivery& delivery);
     void WaitOutDeliveryLocked(std::unique_lock<std::mutex>& lock);
 
@@ -80,13 +84,13 @@ private:
     std::vector<Delivery> queue_;
     size_t queueHead_ = 0;
     size_t queued_ = 0;
-    size_t batch_ = 1;
     std::vector<const SensorUser*> recipients_;  // the delivery thread's, reused
+    std::atomic<bool> inline_{false};
     bool delivering_ = false;
     // Deactivate and Unsubscribe wait out a delivery in flight, as a real service does,
     // so that a client may unload its callback's code once they return.
     std::condition_variable delivered_;
-    std::thread::id deliveryThread_;
+    std::thread::id deliveringThread_;  // the one in flight, if any
     std::unique_ptr<std::thread> thread_;
     // Sample data stays readable after delivery, because the library reads it later on
     // its worker; blocks are reused round-robin, so a pointer never dangles.

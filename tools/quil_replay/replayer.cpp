@@ -10,7 +10,6 @@ namespace {
 constexpr int kSettleTimeoutMs = 30000;
 constexpr double kNsPerMs = 1e6;
 constexpr size_t kMaxInFlight = 4096;
-constexpr size_t kSampleBatch = 256;
 }  // namespace
 
 Replayer::Replayer(const PluginLoader& plugin, OutputWriter& writer, const ReplaySettings& settings)
@@ -52,8 +51,10 @@ bool Replayer::Run(RecordSource& source, std::string& error)
         return false;
     }
     algo->RegisterCallback(host_);
-    // Samples between two waits are delivered in bursts rather than one wake-up each.
-    HostPlatform::SetSampleBatch(settings_.realtime ? 1 : kSampleBatch);
+    // This thread plays the services' delivery thread: a sample crosses one thread, to
+    // the library's worker, instead of two. Waiting after every record keeps the
+    // services' own threads, so that it stays the reference the fast way is held to.
+    HostPlatform::SetInlineDelivery(!settings_.syncEveryRecord);
     pending_ = Channel::NONE;
     inFlight_ = 0;
     const auto start = std::chrono::steady_clock::now();
@@ -85,7 +86,7 @@ bool Replayer::Run(RecordSource& source, std::string& error)
     ok = ok && error.empty() && Sync(error);
     plugin_.Destroy(algo);
     HostPlatform::WaitIdle(kSettleTimeoutMs);
-    HostPlatform::SetSampleBatch(1);
+    HostPlatform::SetInlineDelivery(false);
     writer_.Flush();
     return ok;
 }

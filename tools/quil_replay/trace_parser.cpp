@@ -8,7 +8,9 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <map>
+#include <string_view>
 
 namespace Tarvo::Replay {
 namespace {
@@ -17,7 +19,7 @@ namespace {
 class LineParser {
 public:
     // The record's words are tokens[first...].
-    LineParser(const std::vector<std::string>& tokens, size_t first, TraceRecord& record)
+    LineParser(const std::vector<std::string_view>& tokens, size_t first, TraceRecord& record)
         : tokens_(tokens), first_(first), record_(record)
     {
     }
@@ -32,18 +34,18 @@ private:
         problem = what;
         return false;
     }
-    const std::string& Keyword() const { return tokens_[first_]; }
+    std::string Keyword() const { return std::string(tokens_[first_]); }
     size_t ArgCount() const { return tokens_.size() - first_ - 1; }
-    const std::string& Arg(size_t i) const { return tokens_[first_ + i]; }
+    std::string_view Arg(size_t i) const { return tokens_[first_ + i]; }
     static std::string Plural(size_t n, const char* noun)
     {
         return std::to_string(n) + " " + noun + (n == 1 ? "" : "s");
     }
 
-    bool Int(const std::string& token, int32_t& out, std::string& problem);
-    bool Float(const std::string& token, float& out, std::string& problem);
-    bool IdList(const std::string& token, std::vector<int32_t>& out, std::string& problem);
-    bool Action(const std::string& token, int32_t& out, std::string& problem);
+    bool Int(std::string_view token, int32_t& out, std::string& problem);
+    bool Float(std::string_view token, float& out, std::string& problem);
+    bool IdList(std::string_view token, std::vector<int32_t>& out, std::string& problem);
+    bool Action(std::string_view token, int32_t& out, std::string& problem);
     bool ExpectArgs(size_t count, const char* what, std::string& problem);
 
     bool HostCallWithArg(std::string& problem);
@@ -55,7 +57,7 @@ private:
     bool Fault(std::string& problem);
     bool IntSetting(std::string& problem);
 
-    const std::vector<std::string>& tokens_;
+    const std::vector<std::string_view>& tokens_;
     size_t first_;
     TraceRecord& record_;
 };
@@ -65,23 +67,26 @@ struct KeywordEntry {
     bool (LineParser::*handler)(std::string&);
 };
 
-bool LineParser::Int(const std::string& token, int32_t& out, std::string& problem)
+bool LineParser::Int(std::string_view token, int32_t& out, std::string& problem)
 {
     const size_t digits = (token[0] == '+' || token[0] == '-') ? 1 : 0;
     if (digits == token.size() || !std::all_of(token.begin() + digits, token.end(),
                                                [](char c) { return c >= '0' && c <= '9'; })) {
-        return Fail(problem, "'" + token + "' is not an integer");
+        return Fail(problem, "'" + std::string(token) + "' is not an integer");
     }
-    errno = 0;
-    const long long value = std::strtoll(token.c_str(), nullptr, 10);
-    if (errno == ERANGE || value < INT32_MIN || value > INT32_MAX) {
-        return Fail(problem, "'" + token + "' does not fit in 32 bits");
+    // from_chars takes a minus but no plus.
+    const char* const begin = token.data() + (token[0] == '+' ? 1 : 0);
+    long long value = 0;
+    const auto [ptr, ec] = std::from_chars(begin, token.data() + token.size(), value);
+    (void)ptr;
+    if (ec != std::errc{} || value < INT32_MIN || value > INT32_MAX) {
+        return Fail(problem, "'" + std::string(token) + "' does not fit in 32 bits");
     }
     out = static_cast<int32_t>(value);
     return true;
 }
 
-bool LineParser::Float(const std::string& token, float& out, std::string& problem)
+bool LineParser::Float(std::string_view token, float& out, std::string& problem)
 {
     // Plain decimals take the fast, equally exact path; everything else (signs, hex,
     // out-of-range values, which become ±inf or 0) goes to strtof.
@@ -92,15 +97,16 @@ bool LineParser::Float(const std::string& token, float& out, std::string& proble
             return true;
         }
     }
+    const std::string text(token);  // strtof needs the terminating nul
     char* end = nullptr;
-    out = std::strtof(token.c_str(), &end);
-    if (end == token.c_str() || *end != '\0') {
-        return Fail(problem, "'" + token + "' is not a number");
+    out = std::strtof(text.c_str(), &end);
+    if (end == text.c_str() || *end != '\0') {
+        return Fail(problem, "'" + text + "' is not a number");
     }
     return true;
 }
 
-bool LineParser::IdList(const std::string& token, std::vector<int32_t>& out, std::string& problem)
+bool LineParser::IdList(std::string_view token, std::vector<int32_t>& out, std::string& problem)
 {
     out.clear();
     if (token == "-") {
@@ -109,11 +115,12 @@ bool LineParser::IdList(const std::string& token, std::vector<int32_t>& out, std
     size_t start = 0;
     for (;;) {
         const size_t comma = token.find(',', start);
-        const std::string item =
+        const std::string_view item =
             token.substr(start, comma == std::string::npos ? std::string::npos : comma - start);
         int32_t id = 0;
         if (item.empty() || !Int(item, id, problem)) {
-            return Fail(problem, "'" + token + "' is not a list of ids (like 0,1,2 or -)");
+            return Fail(problem,
+                        "'" + std::string(token) + "' is not a list of ids (like 0,1,2 or -)");
         }
         out.push_back(id);
         if (comma == std::string::npos) {
@@ -123,17 +130,18 @@ bool LineParser::IdList(const std::string& token, std::vector<int32_t>& out, std
     }
 }
 
-bool LineParser::Action(const std::string& token, int32_t& out, std::string& problem)
+bool LineParser::Action(std::string_view token, int32_t& out, std::string& problem)
 {
-    static const std::map<std::string, int32_t> kActions = {{"down", 2}, {"move", 3}, {"up", 4}};
+    static const std::map<std::string, int32_t, std::less<>> kActions = {
+        {"down", 2}, {"move", 3}, {"up", 4}};
     auto named = kActions.find(token);
     if (named != kActions.end()) {
         out = named->second;
         return true;
     }
     if (!Int(token, out, problem)) {
-        return Fail(problem,
-                    "'" + token + "' is not a pointer action (down, move, up or a number)");
+        return Fail(problem, "'" + std::string(token) +
+                                 "' is not a pointer action (down, move, up or a number)");
     }
     return true;
 }
@@ -164,13 +172,14 @@ bool LineParser::Sample(std::string& problem)
 {
     size_t first = 1;
     size_t needed = 0;
-    if (Keyword() == "acc") {
+    const std::string_view keyword = tokens_[first_];
+    if (keyword == "acc") {
         record_.value = 1;
         needed = 3;
-    } else if (Keyword() == "light") {
+    } else if (keyword == "light") {
         record_.value = 5;
         needed = 1;
-    } else if (Keyword() == "prox") {
+    } else if (keyword == "prox") {
         record_.value = 12;
         needed = 1;
     } else {  // sensor ID F...
@@ -228,9 +237,9 @@ bool LineParser::Fault(std::string& problem)
     if (ArgCount() < 1 || ArgCount() > 2) {
         return Fail(problem, Keyword() + " needs CALL [ID], got " + Plural(ArgCount(), "argument"));
     }
-    auto call = Host::SensorCallFromName(Arg(1));
+    auto call = Host::SensorCallFromName(std::string(Arg(1)));
     if (!call.has_value()) {
-        return Fail(problem, "unknown sensor service call '" + Arg(1) +
+        return Fail(problem, "unknown sensor service call '" + std::string(Arg(1)) +
                                  "' (GetAllSensors, SubscribeSensor, SetBatch, ActivateSensor, "
                                  "DeactivateSensor, UnsubscribeSensor)");
     }
@@ -255,7 +264,7 @@ bool LineParser::IntSetting(std::string& problem)
 
 bool LineParser::Parse(std::string& problem)
 {
-    static const std::map<std::string, KeywordEntry> kKeywords = {
+    static const std::map<std::string, KeywordEntry, std::less<>> kKeywords = {
         {"enable", {RecordKind::ENABLE, &LineParser::HostCallWithArg}},
         {"disable", {RecordKind::DISABLE, &LineParser::HostCallWithArg}},
         {"disable-count", {RecordKind::DISABLE_COUNT, &LineParser::HostCallWithArg}},
@@ -276,7 +285,7 @@ bool LineParser::Parse(std::string& problem)
         {"monitor-id", {RecordKind::MONITOR_ID, &LineParser::IntSetting}},
         {"host-return", {RecordKind::HOST_RETURN, &LineParser::IntSetting}},
     };
-    auto entry = kKeywords.find(Keyword());
+    auto entry = kKeywords.find(tokens_[first_]);
     if (entry == kKeywords.end()) {
         return Fail(problem, "unknown record '" + Keyword() + "'");
     }
@@ -286,8 +295,8 @@ bool LineParser::Parse(std::string& problem)
 
 enum class LineResult { RECORD, BLANK, ERROR };
 
-// Splits `line` at blanks and tabs into `tokens`, reusing its strings.
-void Tokenize(const std::string& line, std::vector<std::string>& tokens)
+// Splits `line` at blanks and tabs into `tokens`, views into the line.
+void Tokenize(std::string_view line, std::vector<std::string_view>& tokens)
 {
     auto blank = [](char c) { return c == ' ' || c == '\t'; };
     size_t count = 0;
@@ -306,13 +315,13 @@ void Tokenize(const std::string& line, std::vector<std::string>& tokens)
         if (count == tokens.size()) {
             tokens.emplace_back();
         }
-        tokens[count++].assign(line, start, pos - start);
+        tokens[count++] = line.substr(start, pos - start);
     }
     tokens.resize(count);
 }
 
 // "@MS": a non-negative decimal number of milliseconds.
-bool ParseStamp(const std::string& token, double& stamp)
+bool ParseStamp(std::string_view token, double& stamp)
 {
     // Digits, then optionally a dot and more digits: no sign, no exponent.
     auto digitsFrom = [&token](size_t pos) {
@@ -340,24 +349,21 @@ bool ParseStamp(const std::string& token, double& stamp)
     const auto [ptr, ec] = std::from_chars(token.data() + 1, token.data() + end, stamp);
     (void)ptr;
     if (ec != std::errc{}) {
-        stamp = std::strtod(token.c_str() + 1, nullptr);
+        stamp = std::strtod(std::string(token.substr(1)).c_str(), nullptr);
     }
     return std::isfinite(stamp);
 }
 
-// Parses one raw line (newline removed, changed in place) into `record`; `tokens` is
-// scratch space kept from line to line.
-LineResult ParseLine(const std::string& name, int number, std::string& line,
+// Parses one raw line (newline removed) into `record`; `tokens` is scratch space kept
+// from line to line.
+LineResult ParseLine(const std::string& name, int number, std::string_view line,
                      std::optional<double>& lastStamp, TraceRecord& record,
-                     std::vector<std::string>& tokens, std::string& error)
+                     std::vector<std::string_view>& tokens, std::string& error)
 {
     if (!line.empty() && line.back() == '\r') {
-        line.pop_back();
+        line.remove_suffix(1);
     }
-    const size_t comment = line.find('#');
-    if (comment != std::string::npos) {
-        line.resize(comment);
-    }
+    line = line.substr(0, line.find('#'));
     Tokenize(line, tokens);
     if (tokens.empty()) {
         return LineResult::BLANK;
@@ -376,20 +382,24 @@ LineResult ParseLine(const std::string& name, int number, std::string& line,
     record.ids = std::move(ids);
     record.ids.clear();
     record.file = std::move(file);
-    record.file = name;
+    if (record.file != name) {  // the same file line after line: no copy
+        record.file = name;
+    }
     record.line = number;
     size_t first = 0;
     if (tokens[0][0] == '@') {
         double stamp = 0.0;
         if (!ParseStamp(tokens[0], stamp)) {
-            return fail("'" + tokens[0] + "' is not a time stamp (@ and milliseconds)");
+            return fail("'" + std::string(tokens[0]) +
+                        "' is not a time stamp (@ and milliseconds)");
         }
         if (stamp > TraceParser::kMaxStampMs) {
-            return fail("time stamp " + tokens[0].substr(1) +
+            return fail("time stamp " + std::string(tokens[0].substr(1)) +
                         " is too large (at most 1000000000000 ms)");
         }
         if (lastStamp.has_value() && stamp < *lastStamp) {
-            return fail("time stamp " + tokens[0].substr(1) + " is earlier than the one before");
+            return fail("time stamp " + std::string(tokens[0].substr(1)) +
+                        " is earlier than the one before");
         }
         lastStamp = stamp;
         record.stamp = stamp;
@@ -411,12 +421,12 @@ bool TraceParser::ParseText(const std::string& name, const std::string& text,
                             std::vector<TraceRecord>& records, std::string& error)
 {
     std::optional<double> lastStamp;
-    std::vector<std::string> tokens;
+    std::vector<std::string_view> tokens;
     size_t start = 0;
     for (int number = 1; start < text.size(); ++number) {
         const size_t end = std::min(text.find('\n', start), text.size());
         TraceRecord record;
-        std::string line = text.substr(start, end - start);
+        const std::string_view line = std::string_view(text).substr(start, end - start);
         switch (ParseLine(name, number, line, lastStamp, record, tokens, error)) {
             case LineResult::ERROR:
                 return false;
@@ -473,11 +483,11 @@ bool TraceParser::Next(TraceRecord& record, std::string& error)
             return false;
         }
         ++line_;
-        text_.assign(buffer_, static_cast<size_t>(got));
-        if (!text_.empty() && text_.back() == '\n') {
-            text_.pop_back();
+        std::string_view text(buffer_, static_cast<size_t>(got));
+        if (!text.empty() && text.back() == '\n') {
+            text.remove_suffix(1);
         }
-        switch (ParseLine(name_, line_, text_, lastStamp_, record, tokens_, error)) {
+        switch (ParseLine(name_, line_, text, lastStamp_, record, tokens_, error)) {
             case LineResult::ERROR:
                 return false;
             case LineResult::RECORD:

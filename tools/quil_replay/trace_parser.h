@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "trace_record.h"
@@ -42,8 +43,7 @@ private:
     std::optional<double> lastStamp_;
     char* buffer_ = nullptr;  // getline's
     size_t capacity_ = 0;
-    std::string text_;                 // the current line
-    std::vector<std::string> tokens_;  // its words
+    std::vector<std::string_view> tokens_;  // the current line's words, in buffer_
 };
 
 }  // namespace Tarvo::Replay
