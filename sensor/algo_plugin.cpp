@@ -61,6 +61,7 @@ int AlgoPlugin::RegisterCallback(int type, std::shared_ptr<IMotionAlgo::Callback
     MLOGD("RegisterCallback Enter");
     // The callback is in place before the binding, so a dispatched sample never finds a
     // bound recogniser without one.
+    hasCallback_.store(callback != nullptr);
     std::atomic_store(&callback_, std::move(callback));
     if (boundType_.has_value() && *boundType_ != type) {
         SensorConnection::GetInstance().UnregisterEvent(*boundType_);
@@ -78,6 +79,7 @@ int AlgoPlugin::UnregisterCallback(int type)
     if (boundType_ == type) {
         boundType_.reset();
     }
+    hasCallback_.store(false);
     std::atomic_store(&callback_, std::shared_ptr<IMotionAlgo::Callback>());
     return 0;
 }
@@ -85,9 +87,7 @@ int AlgoPlugin::UnregisterCallback(int type)
 int AlgoPlugin::Report(const MotionData& data)
 {
     MLOGD("Report Enter");
-    // Our own reference: the host may replace or drop the callback during the call.
-    const std::shared_ptr<IMotionAlgo::Callback> callback = std::atomic_load(&callback_);
-    if (callback == nullptr) {
+    if (!hasCallback_.load()) {
         MLOGE("callback is nullptr");
         return -1;
     }
@@ -111,6 +111,12 @@ int AlgoPlugin::Report(const MotionData& data)
             break;
     }
     if (compared != nullptr && data.*compared != lastData_.*compared) {
+        // Our own reference: the host may replace or drop the callback during the call.
+        const std::shared_ptr<IMotionAlgo::Callback> callback = std::atomic_load(&callback_);
+        if (callback == nullptr) {
+            MLOGE("callback is nullptr");
+            return -1;
+        }
         if (callback->OnMotionChanged(data) != 0) {
             MLOGE("Failed to report");
             return -1;

@@ -2,6 +2,7 @@
 // its outcomes to the host, dropping an outcome equal to the last one delivered.
 #pragma once
 
+#include <atomic>
 #include <cmath>
 #include <memory>
 #include <optional>
@@ -55,6 +56,9 @@ protected:
     // Read by the worker and replaced by the host's thread: accessed only through the
     // atomic shared_ptr functions, so a report holds its own reference for the call.
     std::shared_ptr<IMotionAlgo::Callback> callback_;
+    // Whether callback_ is set: most samples change nothing and need only this, not a
+    // reference (which takes a lock in the atomic shared_ptr functions).
+    std::atomic<bool> hasCallback_{false};
     // Last outcome delivered; all -1 so that the first real outcome always differs.
     MotionData lastData_;
     std::set<int> supportSensors_;

@@ -152,6 +152,8 @@ void SensorConnection::RegisterEvent(int type, std::function<int(int, void*)> ca
     replaced = std::move(binding.owner);
     // A binding made while a sample is being dispatched starts with the next sample.
     binding = Binding{std::move(callback), std::move(owner), dispatchSerial_ + 1};
+    bindingsVersion_.fetch_add(1);
+    RetireLocked(replaced);
 }
 
 void SensorConnection::UnregisterEvent(int type)
@@ -163,6 +165,17 @@ void SensorConnection::UnregisterEvent(int type)
     if (it != callbacks_.end()) {
         owner = std::move(it->second.owner);
         callbacks_.erase(it);
+        bindingsVersion_.fetch_add(1);
+        RetireLocked(owner);
+    }
+}
+
+void SensorConnection::RetireLocked(std::shared_ptr<void>& owner)
+{
+    // The dispatch in flight may be inside this very recogniser: it lives until the
+    // dispatch is over, so the dispatch need not hold a reference to every binding.
+    if (dispatching_ && owner != nullptr) {
+        retired_.push_back(std::move(owner));
     }
 }
 
@@ -253,20 +266,42 @@ bool SensorConnection::TakeFront(Sample& out)
 void SensorConnection::NotifyCallback(int sensorTypeId, void* data)
 {
     MLOGD("enter");
+    // The bindings due are taken under one lock. Should the host bind or unbind while
+    // they run, the rest are looked up again one at a time: a removed binding is never
+    // called again, one added during this sample waits for the next. The callbacks are
+    // copies, so a binding may go while it runs; its recogniser is retired, not
+    // released, until the dispatch is over.
+    SmallVector<DueBinding, kInlineBindings> due;
     uint64_t serial = 0;
+    uint64_t version = 0;
     {
         std::lock_guard<std::mutex> lock(callbackMutex_);
         serial = ++dispatchSerial_;
         dispatching_ = true;
+        version = bindingsVersion_.load();
+        for (const auto& [type, binding] : callbacks_) {
+            if (binding.since <= serial && binding.callback) {
+                due.push_back(DueBinding{type, binding.callback});
+            }
+        }
     }
-    // Bindings are looked up one at a time by key, so they may change between calls:
-    // a removed one is never called again, one added during this sample waits for the
-    // next. The copies keep the running binding, and its recogniser, alive even if the
-    // host removes it from inside the call.
     std::optional<int> lastType;
+    for (const DueBinding& binding : due) {
+        if (lastType.has_value() && bindingsVersion_.load() != version) {
+            DispatchByLookup(sensorTypeId, data, serial, lastType);
+            break;
+        }
+        lastType = binding.type;
+        binding.callback(sensorTypeId, data);
+    }
+    EndDispatch();
+}
+
+void SensorConnection::DispatchByLookup(int sensorTypeId, void* data, uint64_t serial,
+                                        std::optional<int> lastType)
+{
     for (;;) {
         std::function<int(int, void*)> callback;
-        std::shared_ptr<void> owner;
         {
             std::lock_guard<std::mutex> lock(callbackMutex_);
             auto it = lastType.has_value() ? callbacks_.upper_bound(*lastType) : callbacks_.begin();
@@ -274,14 +309,30 @@ void SensorConnection::NotifyCallback(int sensorTypeId, void* data)
                 ++it;
             }
             if (it == callbacks_.end()) {
-                dispatching_ = false;
-                break;
+                return;
             }
             lastType = it->first;
             callback = it->second.callback;
-            owner = it->second.owner;
         }
         callback(sensorTypeId, data);
+    }
+}
+
+void SensorConnection::EndDispatch()
+{
+    // Retired recognisers go while the dispatch still counts as in flight: whoever
+    // waits for it may unload their code next.
+    std::vector<std::shared_ptr<void>> retired;
+    for (;;) {
+        {
+            std::lock_guard<std::mutex> lock(callbackMutex_);
+            if (retired_.empty()) {
+                dispatching_ = false;
+                break;
+            }
+            retired.swap(retired_);
+        }
+        retired.clear();
     }
     dispatchEnded_.notify_all();
 }

@@ -16,10 +16,12 @@
 #include <optional>
 #include <set>
 #include <thread>
+#include <vector>
 
 #include "event_ring.h"
 #include "sensor_service_client.h"
 #include "singleton.h"
+#include "small_vector.h"
 
 namespace Tarvo::Quil {
 
@@ -81,6 +83,22 @@ private:
         uint64_t since = 0;  // dispatches numbered below this one never see the binding
     };
 
+    // A binding as one dispatch calls it: a copy, so that the binding may go while it
+    // runs.
+    struct DueBinding {
+        int type = 0;
+        std::function<int(int, void*)> callback;
+    };
+    // One per motion type a recogniser listens for stays inline.
+    static constexpr size_t kInlineBindings = 8;
+
+    // Calls the bindings after `lastType` one at a time, each looked up under the lock.
+    void DispatchByLookup(int sensorTypeId, void* data, uint64_t serial,
+                          std::optional<int> lastType);
+    // Releases what was retired during the dispatch, then ends it.
+    void EndDispatch();
+    // Keeps `owner` (moved from) until the dispatch in flight ends, if there is one.
+    void RetireLocked(std::shared_ptr<void>& owner);
     void AlgorithmLoop();
     void HandleSensorEvent();
     // Moves the oldest sample into `out`; false (and the queue's error line) when empty.
@@ -93,8 +111,12 @@ private:
     std::mutex callbackMutex_;
     std::condition_variable dispatchEnded_;
     std::map<int, Binding> callbacks_;
+    // Moves on with every bind and unbind: a dispatch that sees it unchanged may call
+    // the bindings it took at its start.
+    std::atomic<uint64_t> bindingsVersion_{0};
     uint64_t dispatchSerial_ = 0;
     bool dispatching_ = false;
+    std::vector<std::shared_ptr<void>> retired_;  // recognisers unbound mid-dispatch
     // Queued samples, in storage that grows while the worker falls behind and then
     // stays, so a steady stream allocates nothing.
     EventRing<Sample> events_;

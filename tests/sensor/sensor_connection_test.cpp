@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -43,8 +44,9 @@ protected:
 
     void TearDown() override
     {
-        connection_.UnregisterEvent(kTestType);
-        connection_.UnregisterEvent(kTestType + 1);
+        for (int type = kTestType; type <= kTestType + 3; ++type) {
+            connection_.UnregisterEvent(type);
+        }
         HostPlatform::Reset();
     }
 
@@ -69,6 +71,50 @@ TEST_F(SensorConnectionTest, SamplesOfSubscribedSensorsReachEveryBoundEntryPoint
     EXPECT_EQ(second.samples, first.samples);
     EXPECT_TRUE(connection_.UnregisterSensor(kTestType, 1));
     EXPECT_TRUE(connection_.UnregisterSensor(kTestType, 12));
+}
+
+// A report runs inside a binding, and the host may bind and unbind from it: a binding
+// removed mid-sample is not called again, one added waits for the next sample, and a
+// recogniser unbound from inside its own call outlives the call.
+TEST_F(SensorConnectionTest, BindingsChangedDuringADispatchTakeEffectAsTheyHappen)
+{
+    Received second;
+    Received third;
+    Received added;
+    auto owner = std::make_shared<int>(7);
+    const std::weak_ptr<int> watch = owner;
+    const int* value = owner.get();
+    int firstCalls = 0;
+    int seenInCall = 0;
+    connection_.RegisterEvent(
+        kTestType,
+        [&, value](int, void*) {
+            ++firstCalls;
+            connection_.UnregisterEvent(kTestType);
+            connection_.UnregisterEvent(kTestType + 1);
+            connection_.RegisterEvent(kTestType + 3, added.Binding());
+            seenInCall = *value;
+            return 0;
+        },
+        std::move(owner));
+    connection_.RegisterEvent(kTestType + 1, second.Binding());
+    connection_.RegisterEvent(kTestType + 2, third.Binding());
+    ASSERT_TRUE(connection_.RegisterSensor(kTestType, 1));
+
+    HostPlatform::InjectSample(1, {1.0F, 0.0F, 0.0F});
+    ASSERT_TRUE(HostPlatform::WaitIdle());
+    EXPECT_EQ(seenInCall, 7);
+    EXPECT_TRUE(watch.expired());  // let go once the sample was dispatched
+    EXPECT_TRUE(second.samples.empty());
+    EXPECT_EQ(third.samples.size(), 1U);
+    EXPECT_TRUE(added.samples.empty());
+
+    HostPlatform::InjectSample(1, {2.0F, 0.0F, 0.0F});
+    ASSERT_TRUE(HostPlatform::WaitIdle());
+    EXPECT_EQ(firstCalls, 1);
+    EXPECT_EQ(third.samples.size(), 2U);
+    EXPECT_EQ(added.samples.size(), 1U);
+    connection_.UnregisterSensor(kTestType, 1);
 }
 
 TEST_F(SensorConnectionTest, SubscribesWithAHundredMillisecondBatch)
