@@ -233,7 +233,9 @@ int PlatformLogPrint(PlatformLogType /*type*/, PlatformLogLevel level, unsigned 
 
 bool PlatformLogIsLoggable(unsigned int /*domain*/, const char* /*tag*/, PlatformLogLevel level)
 {
-    return HostLog::Instance().IsLoggable(level);
+    // Asked before every debug line of the library: kept to one load and a compare.
+    static const HostLog& log = HostLog::Instance();
+    return log.IsLoggable(level);
 }
 
 }  // extern "C"
