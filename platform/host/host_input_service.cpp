@@ -42,11 +42,11 @@ void HostInputService::SetMonitorId(int32_t monitorId)
 
 void HostInputService::Inject(std::shared_ptr<MMI::PointerEvent> event)
 {
-    WorkerTracker::Instance().DeliveryQueued();
     if (inline_.load(std::memory_order_relaxed)) {
         DeliverHere(std::move(event));
         return;
     }
+    WorkerTracker::Instance().DeliveryQueued();
     {
         std::lock_guard<std::mutex> lock(mutex_);
         queue_.push_back(std::move(event));
@@ -75,7 +75,8 @@ std::vector<MMI::PointerMonitor>& HostInputService::BeginDeliveryLocked()
     return monitors;
 }
 
-void HostInputService::Deliver(std::shared_ptr<MMI::PointerEvent>& event, bool yieldAfter)
+void HostInputService::Deliver(std::shared_ptr<MMI::PointerEvent>& event, bool queued,
+                               bool yieldAfter)
 {
     std::vector<MMI::PointerMonitor>& monitors = calling_;
     WorkerTracker::Instance().BeforeDelivery();
@@ -94,18 +95,20 @@ void HostInputService::Deliver(std::shared_ptr<MMI::PointerEvent>& event, bool y
     // module that is unloaded as soon as RemoveMonitor returns.
     monitors.clear();
     event.reset();
-    bool queued = false;
+    bool more = false;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         delivering_ = false;
         deliveringThread_ = std::thread::id();
-        queued = !queue_.empty();
+        more = !queue_.empty();
     }
     delivered_.notify_all();
-    if (queued) {
+    if (more) {
         wake_.notify_one();  // the service's thread may be waiting for an inline delivery
     }
-    WorkerTracker::Instance().DeliveryDone();
+    if (queued) {  // an inline delivery was not counted for WaitIdle
+        WorkerTracker::Instance().DeliveryDone();
+    }
 }
 
 void HostInputService::DeliverHere(std::shared_ptr<MMI::PointerEvent> event)
@@ -117,7 +120,7 @@ void HostInputService::DeliverHere(std::shared_ptr<MMI::PointerEvent> event)
     }
     // The caller goes on to its own work, so no yield: the worker takes the other core
     // or this one once the caller waits.
-    Deliver(event, false);
+    Deliver(event, false, false);
 }
 
 void HostInputService::DeliveryLoop()
@@ -130,7 +133,7 @@ void HostInputService::DeliveryLoop()
         BeginDeliveryLocked();
         const bool drained = queue_.empty();
         lock.unlock();
-        Deliver(event, drained);
+        Deliver(event, true, drained);
         lock.lock();
     }
 }

@@ -40,7 +40,8 @@ private:
     // Copies the monitors to call and marks a delivery in flight on this thread.
     std::vector<MMI::PointerMonitor>& BeginDeliveryLocked();
     // Calls them, then drops the copies and the event before the delivery counts as over.
-    void Deliver(std::shared_ptr<MMI::PointerEvent>& event, bool yieldAfter);
+    // `queued`: it came through the queue and was counted for WaitIdle.
+    void Deliver(std::shared_ptr<MMI::PointerEvent>& event, bool queued, bool yieldAfter);
 
     std::mutex mutex_;
     std::condition_variable wake_;

@@ -161,11 +161,11 @@ void HostSensorService::InjectNullEvent()
 
 void HostSensorService::Enqueue(const Delivery& delivery)
 {
-    WorkerTracker::Instance().DeliveryQueued();
     if (inline_.load(std::memory_order_relaxed)) {
         DeliverHere(delivery);
         return;
     }
+    WorkerTracker::Instance().DeliveryQueued();
     {
         std::lock_guard<std::mutex> lock(mutex_);
         if (queued_ == queue_.size()) {
@@ -193,13 +193,16 @@ void HostSensorService::SetInlineDelivery(bool on)
 
 void HostSensorService::DeliverHere(const Delivery& delivery)
 {
+    float* block = nullptr;
     {
         std::unique_lock<std::mutex> lock(mutex_);
         delivered_.wait(lock, [this] { return queued_ == 0 && !delivering_; });
         BeginDeliveryLocked();
+        block = PrepareLocked(delivery);
     }
-    Deliver(delivery);
-    EndDelivery();
+    CallRecipients(delivery, block);
+    // Not counted for WaitIdle: the injecting thread is busy with it until it returns.
+    EndDelivery(false);
 }
 
 void HostSensorService::BeginDeliveryLocked()
@@ -208,7 +211,7 @@ void HostSensorService::BeginDeliveryLocked()
     deliveringThread_ = std::this_thread::get_id();
 }
 
-void HostSensorService::EndDelivery()
+void HostSensorService::EndDelivery(bool counted)
 {
     bool queued = false;
     {
@@ -221,7 +224,9 @@ void HostSensorService::EndDelivery()
     if (queued) {
         wake_.notify_one();  // the service's thread may be waiting for an inline delivery
     }
-    WorkerTracker::Instance().DeliveryDone();
+    if (counted) {
+        WorkerTracker::Instance().DeliveryDone();
+    }
 }
 
 void HostSensorService::DeliveryLoop()
@@ -233,46 +238,48 @@ void HostSensorService::DeliveryLoop()
         queueHead_ = (queueHead_ + 1) % queue_.size();
         --queued_;
         BeginDeliveryLocked();
+        float* const block = PrepareLocked(delivery);
         const bool drained = queued_ == 0;
         lock.unlock();
-        Deliver(delivery);
+        CallRecipients(delivery, block);
         if (drained) {
             // The library's worker has just been woken, often onto this very core: let
             // it run before this thread's bookkeeping, as a service that hands off and
             // sleeps would. Within a burst the worker is busy anyway.
             std::this_thread::yield();
         }
-        EndDelivery();
+        EndDelivery(true);
         lock.lock();
     }
 }
 
-void HostSensorService::Deliver(const Delivery& delivery)
+float* HostSensorService::PrepareLocked(const Delivery& delivery)
 {
-    // Subscribers are called without the service's lock: they may call back in.
     std::vector<const SensorUser*>& recipients = recipients_;
     recipients.clear();
-    float* block = nullptr;
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        for (const auto& [key, state] : subscriptions_) {
-            const bool wanted = delivery.null || key.second == delivery.sensorTypeId;
-            if (wanted && state.active &&
-                std::find(recipients.begin(), recipients.end(), key.first) == recipients.end()) {
-                recipients.push_back(key.first);
-            }
-        }
-        if (!delivery.null) {
-            block = &pool_[nextBlock_ * kBlockFloats];
-            nextBlock_ = (nextBlock_ + 1) % kPoolBlocks;
+    for (const auto& [key, state] : subscriptions_) {
+        const bool wanted = delivery.null || key.second == delivery.sensorTypeId;
+        if (wanted && state.active &&
+            std::find(recipients.begin(), recipients.end(), key.first) == recipients.end()) {
+            recipients.push_back(key.first);
         }
     }
-    const size_t count = delivery.count;
-    if (block != nullptr) {
-        std::copy(delivery.values.begin(), delivery.values.end(), block);  // zero-padded
+    if (delivery.null) {
+        return nullptr;
     }
+    float* block = &pool_[nextBlock_ * kBlockFloats];
+    nextBlock_ = (nextBlock_ + 1) % kPoolBlocks;
+    // What the event's length covers: the values, zero-padded to four.
+    const size_t length = std::max<size_t>(delivery.count, 4);
+    std::copy(delivery.values.begin(), delivery.values.begin() + length, block);
+    return block;
+}
+
+void HostSensorService::CallRecipients(const Delivery& delivery, float* block)
+{
+    // Subscribers are called without the service's lock: they may call back in.
     WorkerTracker::Instance().BeforeDelivery();
-    for (const SensorUser* user : recipients) {
+    for (const SensorUser* user : recipients_) {
         RecordSensorCallback callback = user->callback;
         if (callback == nullptr) {
             continue;
@@ -285,7 +292,7 @@ void HostSensorService::Deliver(const Delivery& delivery)
         event.sensorTypeId = delivery.sensorTypeId;
         event.timestamp = delivery.timestamp;
         event.data = reinterpret_cast<uint8_t*>(block);
-        event.dataLen = static_cast<uint32_t>(std::max<size_t>(count, 4) * sizeof(float));
+        event.dataLen = static_cast<uint32_t>(std::max<size_t>(delivery.count, 4) * sizeof(float));
         callback(&event);
     }
 }

@@ -69,8 +69,11 @@ private:
     void DeliverHere(const Delivery& delivery);
     // The bookkeeping around one delivery, on whichever thread makes it.
     void BeginDeliveryLocked();
-    void EndDelivery();
-    void Deliver(const Delivery& delivery);
+    // `counted`: the delivery was counted as queued for WaitIdle.
+    void EndDelivery(bool counted);
+    // Picks the recipients and fills a data block; returns it (null for a null event).
+    float* PrepareLocked(const Delivery& delivery);
+    void CallRecipients(const Delivery& delivery, float* block);
     void WaitOutDeliveryLocked(std::unique_lock<std::mutex>& lock);
 
     std::mutex mutex_;
@@ -84,7 +87,7 @@ private:
     std::vector<Delivery> queue_;
     size_t queueHead_ = 0;
     size_t queued_ = 0;
-    std::vector<const SensorUser*> recipients_;  // the delivery thread's, reused
+    std::vector<const SensorUser*> recipients_;  // the delivery in flight's, reused
     std::atomic<bool> inline_{false};
     bool delivering_ = false;
     // Deactivate and Unsubscribe wait out a delivery in flight, as a real service does,
