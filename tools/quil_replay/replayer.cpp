@@ -9,14 +9,18 @@ namespace Tarvo::Replay {
 namespace {
 constexpr int kSettleTimeoutMs = 30000;
 constexpr double kNsPerMs = 1e6;
-constexpr size_t kMaxInFlight = 4096;
+// A burst is read ahead, then played while the worker may still be on the last one;
+// the wait before the next keeps the worker's queue short.
+constexpr size_t kMaxInFlight = 2048;
+constexpr size_t kBurst = 2048;
 }  // namespace
 
 Replayer::Replayer(const PluginLoader& plugin, OutputWriter& writer, const ReplaySettings& settings)
     : plugin_(plugin),
       writer_(writer),
       host_(std::make_shared<ReplayHostCallback>(writer)),
-      settings_(settings)
+      settings_(settings),
+      burst_(kBurst)
 {
 }
 
@@ -57,31 +61,25 @@ bool Replayer::Run(RecordSource& source, std::string& error)
     HostPlatform::SetInlineDelivery(!settings_.syncEveryRecord);
     pending_ = Channel::NONE;
     inFlight_ = 0;
-    const auto start = std::chrono::steady_clock::now();
-    TraceRecord record;
+    start_ = std::chrono::steady_clock::now();
     bool ok = true;
-    while (ok && source.Next(record, error)) {
-        if (NeedsSync(record) && !Sync(error)) {
-            ok = false;
-            break;
+    bool more = true;
+    while (ok && more) {
+        // Samples and touches are read ahead and then played back to back: the worker
+        // wakes once for the burst instead of once for each record that finds it idle.
+        size_t count = 0;
+        while (count < burst_.size()) {
+            if (!source.Next(burst_[count], error)) {
+                more = false;
+                break;
+            }
+            if (!Burstable(burst_[count++])) {
+                break;
+            }
         }
-        if (settings_.realtime && record.stamp.has_value()) {
-            // Stamps and speeds are bounded when parsed, so this fits the clock.
-            const auto due =
-                start +
-                std::chrono::duration_cast<std::chrono::nanoseconds>(
-                    std::chrono::duration<double, std::milli>(*record.stamp / settings_.speed));
-            std::this_thread::sleep_until(due);
+        for (size_t i = 0; ok && i < count; ++i) {
+            ok = PlayInTurn(*algo, burst_[i], error);
         }
-        if (record.stamp != stamp_) {
-            host_->SetStamp(record.stamp);
-            stamp_ = record.stamp;
-        }
-        Play(*algo, record);
-        lastFile_ = record.file;
-        lastLine_ = record.line;
-        pending_ = ChannelOf(record);
-        ++inFlight_;
     }
     ok = ok && error.empty() && Sync(error);
     plugin_.Destroy(algo);
@@ -89,6 +87,40 @@ bool Replayer::Run(RecordSource& source, std::string& error)
     HostPlatform::SetInlineDelivery(false);
     writer_.Flush();
     return ok;
+}
+
+bool Replayer::Burstable(const TraceRecord& record) const
+{
+    const Channel channel = ChannelOf(record);
+    return (channel == Channel::SENSOR || channel == Channel::POINTER) && !settings_.realtime &&
+           !settings_.logging && !settings_.syncEveryRecord;
+}
+
+bool Replayer::PlayInTurn(Quil::IMotionAlgo& algo, const TraceRecord& record, std::string& error)
+{
+    if (NeedsSync(record) && !Sync(error)) {
+        return false;
+    }
+    if (settings_.realtime && record.stamp.has_value()) {
+        // Stamps and speeds are bounded when parsed, so this fits the clock.
+        const auto due =
+            start_ +
+            std::chrono::duration_cast<std::chrono::nanoseconds>(
+                std::chrono::duration<double, std::milli>(*record.stamp / settings_.speed));
+        std::this_thread::sleep_until(due);
+    }
+    if (record.stamp != stamp_) {
+        host_->SetStamp(record.stamp);
+        stamp_ = record.stamp;
+    }
+    Play(algo, record);
+    if (lastFile_ != record.file) {
+        lastFile_ = record.file;
+    }
+    lastLine_ = record.line;
+    pending_ = ChannelOf(record);
+    ++inFlight_;
+    return true;
 }
 
 Replayer::Channel Replayer::ChannelOf(const TraceRecord& record)

@@ -3,6 +3,7 @@
 // waits until the library's workers have handled everything played so far.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -42,6 +43,10 @@ private:
     enum class Channel { NONE, SENSOR, POINTER, OTHER };
 
     static Channel ChannelOf(const TraceRecord& record);
+    // A record that may be read ahead of the ones before it are played.
+    bool Burstable(const TraceRecord& record) const;
+    // Waits if `record` needs it, paces it, then plays it; false if the wait failed.
+    bool PlayInTurn(Quil::IMotionAlgo& algo, const TraceRecord& record, std::string& error);
     bool NeedsSync(const TraceRecord& record) const;
     bool Sync(std::string& error);
     void Play(Quil::IMotionAlgo& algo, const TraceRecord& record);
@@ -55,6 +60,8 @@ private:
     std::optional<double> stamp_;      // of the last record played
     std::string lastFile_;             // where the last record played came from
     int lastLine_ = 0;
+    std::chrono::steady_clock::time_point start_;  // of the run, for --realtime
+    std::vector<TraceRecord> burst_;               // records read ahead, storage reused
 };
 
 }  // namespace Tarvo::Replay
