@@ -1,11 +1,17 @@
 #include "trace_files.h"
 
+#include <sys/stat.h>
+
+#include <climits>
+#include <thread>
+
 namespace Tarvo::Replay {
 namespace {
 constexpr char kStdin[] = "-";
 }  // namespace
 
-TraceFiles::TraceFiles(std::vector<std::string> paths) : paths_(std::move(paths))
+TraceFiles::TraceFiles(std::vector<std::string> paths, long splitBytes)
+    : paths_(std::move(paths)), splitBytes_(splitBytes)
 {
 }
 
@@ -53,22 +59,103 @@ void TraceFiles::Close(std::FILE* file)
 
 bool TraceFiles::Check(std::string& error)
 {
-    TraceRecord record;
     for (const std::string& path : paths_) {
         std::FILE* file = Open(path);
         if (file == nullptr) {
             error = path + ": cannot be read";
             return false;
         }
-        TraceParser parser(path, file);
-        while (parser.Next(record, error)) {
-        }
+        const bool ok = CheckFile(path, file, error);
         Close(file);
-        if (!error.empty()) {
+        if (!ok) {
             return false;
         }
     }
     return true;
+}
+
+long TraceFiles::SplitOffset(const std::string& path) const
+{
+    struct stat info {};
+    if (path == kStdin || stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode) ||
+        info.st_size < splitBytes_) {
+        return -1;
+    }
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr) {
+        return -1;
+    }
+    long offset = -1;
+    if (std::fseek(file, static_cast<long>(info.st_size / 2), SEEK_SET) == 0) {
+        int c = 0;
+        while ((c = std::fgetc(file)) != EOF && c != '\n') {
+        }
+        if (c == '\n') {
+            offset = std::ftell(file);
+        }
+    }
+    std::fclose(file);
+    return offset;
+}
+
+bool TraceFiles::CheckFile(const std::string& path, std::FILE* file, std::string& error)
+{
+    const long split = SplitOffset(path);
+    TraceRecord record;
+    TraceParser head(path, file, split);
+    if (split < 0) {
+        while (head.Next(record, error)) {
+        }
+        return error.empty();
+    }
+    // The second half is checked beside the first, numbering its lines from 1 and
+    // knowing no earlier stamp; both are put right once the first half is done.
+    std::string tailError;
+    std::optional<TraceParser::StampAt> tailFirstStamp;
+    std::thread tailCheck([&] {
+        std::FILE* tail = std::fopen(path.c_str(), "rb");
+        if (tail == nullptr || std::fseek(tail, split, SEEK_SET) != 0) {
+            tailError = path + ": cannot be read";
+        } else {
+            TraceParser parser(path, tail);
+            TraceRecord tailRecord;
+            while (parser.Next(tailRecord, tailError)) {
+            }
+            tailFirstStamp = parser.FirstStamp();
+        }
+        if (tail != nullptr) {
+            std::fclose(tail);
+        }
+    });
+    while (head.Next(record, error)) {
+    }
+    tailCheck.join();
+    if (!error.empty()) {
+        return false;
+    }
+    const int offset = head.Lines();
+    // "FILE:LINE: problem" with the line counted from the split.
+    int tailErrorLine = INT_MAX;
+    const std::string prefix = path + ":";
+    if (tailError.compare(0, prefix.size(), prefix) == 0) {
+        const size_t colon = tailError.find(':', prefix.size());
+        const std::string number = tailError.substr(prefix.size(), colon - prefix.size());
+        if (colon != std::string::npos && !number.empty() &&
+            number.find_first_not_of("0123456789") == std::string::npos) {
+            tailErrorLine = offset + std::stoi(number);
+            tailError = prefix + std::to_string(tailErrorLine) + tailError.substr(colon);
+        }
+    }
+    // The one order check that spans the halves comes first on its line.
+    if (tailFirstStamp.has_value() && head.LastStamp().has_value() &&
+        tailFirstStamp->stamp < *head.LastStamp() &&
+        offset + tailFirstStamp->line <= tailErrorLine) {
+        error = prefix + std::to_string(offset + tailFirstStamp->line) + ": time stamp " +
+                tailFirstStamp->text + " is earlier than the one before";
+        return false;
+    }
+    error = tailError;
+    return error.empty();
 }
 
 bool TraceFiles::OpenNext(std::string& error)

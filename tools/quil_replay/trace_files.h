@@ -1,6 +1,7 @@
 // The trace files of one run, read twice: once to check every line before anything
 // runs, then record by record while playing, so memory does not grow with the trace.
-// Standard input, which cannot be read twice, is kept in a temporary file.
+// Standard input, which cannot be read twice, is kept in a temporary file. A long file
+// is checked as two halves at once.
 #pragma once
 
 #include <cstdio>
@@ -15,7 +16,10 @@ namespace Tarvo::Replay {
 
 class TraceFiles : public RecordSource {
 public:
-    explicit TraceFiles(std::vector<std::string> paths);
+    // Files of at least `splitBytes` are checked in two halves on two threads.
+    static constexpr long kSplitBytes = 1L << 20;
+
+    explicit TraceFiles(std::vector<std::string> paths, long splitBytes = kSplitBytes);
     ~TraceFiles() override;
     TraceFiles(const TraceFiles&) = delete;
     TraceFiles& operator=(const TraceFiles&) = delete;
@@ -29,8 +33,12 @@ private:
     std::FILE* Open(const std::string& path);
     void Close(std::FILE* file);
     bool OpenNext(std::string& error);
+    bool CheckFile(const std::string& path, std::FILE* file, std::string& error);
+    // Where the second half of `path` starts (just after a newline); -1 for no split.
+    long SplitOffset(const std::string& path) const;
 
     std::vector<std::string> paths_;
+    long splitBytes_;
     std::FILE* stdinCopy_ = nullptr;
     size_t next_ = 0;  // index of the file after the one being read
     std::FILE* current_ = nullptr;

@@ -460,7 +460,8 @@ bool TraceParser::ParseFile(const std::string& path, std::vector<TraceRecord>& r
     return error.empty();
 }
 
-TraceParser::TraceParser(std::string name, std::FILE* file) : name_(std::move(name)), file_(file)
+TraceParser::TraceParser(std::string name, std::FILE* file, long byteLimit)
+    : name_(std::move(name)), file_(file), byteLimit_(byteLimit)
 {
 }
 
@@ -473,6 +474,9 @@ bool TraceParser::Next(TraceRecord& record, std::string& error)
 {
     error.clear();
     for (;;) {
+        if (byteLimit_ >= 0 && consumed_ >= byteLimit_) {
+            return false;
+        }
         const ssize_t got = getline(&buffer_, &capacity_, file_);
         if (got < 0) {
             // stdio rather than streams: reading a directory or a failing device is an
@@ -483,11 +487,18 @@ bool TraceParser::Next(TraceRecord& record, std::string& error)
             return false;
         }
         ++line_;
+        consumed_ += static_cast<long>(got);
         std::string_view text(buffer_, static_cast<size_t>(got));
         if (!text.empty() && text.back() == '\n') {
             text.remove_suffix(1);
         }
-        switch (ParseLine(name_, line_, text, lastStamp_, record, tokens_, error)) {
+        const bool stamped = lastStamp_.has_value();
+        const LineResult result = ParseLine(name_, line_, text, lastStamp_, record, tokens_, error);
+        if (!stamped && lastStamp_.has_value()) {
+            // The stamp is the line's first word; it counts even if the rest fails.
+            firstStamp_ = StampAt{line_, *lastStamp_, std::string(tokens_[0].substr(1))};
+        }
+        switch (result) {
             case LineResult::ERROR:
                 return false;
             case LineResult::RECORD:

@@ -26,8 +26,17 @@ public:
     static bool ParseFile(const std::string& path, std::vector<TraceRecord>& records,
                           std::string& error);
 
-    // Reads records one at a time from `file` (not owned), named `name` in messages.
-    TraceParser(std::string name, std::FILE* file);
+    // A time stamp and the line it is on.
+    struct StampAt {
+        int line = 0;
+        double stamp = 0.0;
+        std::string text;  // as written, without the @
+    };
+
+    // Reads records one at a time from `file` (not owned), named `name` in messages,
+    // from its current position; with `byteLimit` >= 0, no line starting at or past
+    // that many bytes from there is read.
+    TraceParser(std::string name, std::FILE* file, long byteLimit = -1);
     ~TraceParser();
     TraceParser(const TraceParser&) = delete;
     TraceParser& operator=(const TraceParser&) = delete;
@@ -36,11 +45,20 @@ public:
     // (`error` set).
     bool Next(TraceRecord& record, std::string& error);
 
+    // Lines read so far.
+    int Lines() const { return line_; }
+    // The first time stamp read (even on a line that then failed) and the last.
+    const std::optional<StampAt>& FirstStamp() const { return firstStamp_; }
+    const std::optional<double>& LastStamp() const { return lastStamp_; }
+
 private:
     std::string name_;
     std::FILE* file_;
+    long byteLimit_;
+    long consumed_ = 0;
     int line_ = 0;
     std::optional<double> lastStamp_;
+    std::optional<StampAt> firstStamp_;
     char* buffer_ = nullptr;  // getline's
     size_t capacity_ = 0;
     std::vector<std::string_view> tokens_;  // the current line's words, in buffer_
