@@ -105,10 +105,20 @@ private:
     bool TakeFront(Sample& out);
     bool IsWorkerThread() const;
 
+    // The delivery thread and the worker each write their own state on every sample:
+    // kept on separate cache lines, neither stalls the other.
+    static constexpr size_t kCacheLine = 64;
+
     SensorUser sensorUser_{};
+    // Sensors subscribed through sensorUser_, for UnregisterAllSensors.
+    std::set<int> subscribed_;
+    std::mutex subscribedMutex_;
+    std::unique_ptr<std::thread> thread_;
+    std::atomic<bool> running_{false};
+
     // Guards the bindings and the dispatch record; never held while a binding runs, so
     // the host may bind and unbind from inside a report, on any thread.
-    std::mutex callbackMutex_;
+    alignas(kCacheLine) std::mutex callbackMutex_;
     std::condition_variable dispatchEnded_;
     std::map<int, Binding> callbacks_;
     // Moves on with every bind and unbind: a dispatch that sees it unchanged may call
@@ -117,17 +127,13 @@ private:
     uint64_t dispatchSerial_ = 0;
     bool dispatching_ = false;
     std::vector<std::shared_ptr<void>> retired_;  // recognisers unbound mid-dispatch
+    Sample current_;                              // the sample being dispatched; worker only
+
     // Queued samples, in storage that grows while the worker falls behind and then
     // stays, so a steady stream allocates nothing.
+    alignas(kCacheLine) std::mutex eventMutex_;
     EventRing<Sample> events_;
-    Sample current_;  // the sample being dispatched; worker only
-    std::mutex eventMutex_;
-    // Sensors subscribed through sensorUser_, for UnregisterAllSensors.
-    std::set<int> subscribed_;
-    std::mutex subscribedMutex_;
-    std::unique_ptr<std::thread> thread_;
-    sem_t sem_{};
-    std::atomic<bool> running_{false};
+    alignas(kCacheLine) sem_t sem_{};
 };
 
 }  // namespace Tarvo::Quil
