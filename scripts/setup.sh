@@ -4,6 +4,8 @@ set -euo pipefail
 
 packages=(g++ make cmake ninja-build pkg-config binutils libcjson-dev libgtest-dev libgmock-dev
           libbenchmark-dev clang-format
+          # peak memory of a replay in scripts/bench-replay.sh
+          time
           # touch decoding (event names) in the importer and the Linux platform
           libevdev-dev
           # libFuzzer runs
