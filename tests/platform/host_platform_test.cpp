@@ -126,6 +126,29 @@ TEST_F(HostSensorServiceTest, NullEventGoesOncePerActiveSubscriberRecord)
     EXPECT_EQ(Subscriber::received[0].first, nullptr);
 }
 
+// Delivered on the injecting thread, a sample has arrived when the injection returns,
+// and never overtakes one still queued for the service's own thread.
+TEST_F(HostSensorServiceTest, InlineDeliveryComesAfterWhatIsQueued)
+{
+    SubscribeSensor(1, &a_.user);
+    ActivateSensor(1, &a_.user);
+    constexpr int kEach = 200;
+    for (int i = 0; i < kEach; ++i) {
+        HostPlatform::InjectSample(1, {static_cast<float>(i)});
+    }
+    HostPlatform::SetInlineDelivery(true);
+    for (int i = kEach; i < 2 * kEach; ++i) {
+        HostPlatform::InjectSample(1, {static_cast<float>(i)});
+        std::lock_guard<std::mutex> lock(Subscriber::mutex);
+        ASSERT_EQ(Subscriber::received.size(), static_cast<size_t>(i + 1));
+    }
+    HostPlatform::SetInlineDelivery(false);
+    ASSERT_TRUE(HostPlatform::WaitIdle());
+    for (int i = 0; i < 2 * kEach; ++i) {
+        EXPECT_EQ(Subscriber::received[i].second[0], static_cast<float>(i)) << i;
+    }
+}
+
 TEST(HostInputServiceTest, MonitorIdsCountFromOneUnlessFixed)
 {
     HostPlatform::Reset();
@@ -141,6 +164,10 @@ TEST(HostInputServiceTest, MonitorIdsCountFromOneUnlessFixed)
     HostPlatform::InjectTouch(2, 0, 1, 2, {0});
     ASSERT_TRUE(HostPlatform::WaitIdle());
     EXPECT_EQ(calls, 2);
+    HostPlatform::SetInlineDelivery(true);  // delivered before the injection returns
+    HostPlatform::InjectTouch(3, 0, 1, 2, {0});
+    EXPECT_EQ(calls, 4);
+    HostPlatform::SetInlineDelivery(false);
     input->RemoveMonitor(1);
     input->RemoveMonitor(2);
     EXPECT_EQ(HostPlatform::InstalledMonitorCount(), 0);
