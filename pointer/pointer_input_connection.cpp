@@ -2,6 +2,7 @@
 
 #include "input_manager.h"
 #include "motion_log.h"
+#include "thread_reaper.h"
 #include "thread_support.h"
 
 namespace Tarvo::Quil {
@@ -37,7 +38,9 @@ PointerInputConnection::~PointerInputConnection()
     // The worker exists only once input was subscribed.
     if (thread_ != nullptr && thread_->joinable()) {
         if (std::this_thread::get_id() == thread_->get_id()) {
-            thread_->detach();  // it holds the channel and ends after this report
+            // It holds the channel and ends after this report, still in our code: it is
+            // joined later, before the library can be unloaded.
+            ThreadReaper::Adopt(std::move(*thread_));
         } else {
             thread_->join();
         }
