@@ -32,12 +32,17 @@ AlgoStateManager::AlgoStateManager()
 
 std::shared_ptr<AlgoGestureState> AlgoStateManager::CreateState(States state)
 {
-    MLOGD("AlgoStateManager enter");
-    std::shared_ptr<AlgoGestureState> made = MakeState(state);
-    if (made == nullptr) {
-        MLOGE("Unknown state");
+    return AnnounceState(state) ? MakeState(state) : nullptr;
+}
+
+bool AlgoStateManager::AnnounceState(States state)
+{
+    QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "CreateState", "AlgoStateManager enter");
+    if (state < 0 || static_cast<size_t>(state) >= kStateCount) {
+        QUIL_LOG(LOG_LEVEL_ERROR, kLogTag, "CreateState", "Unknown state");
+        return false;
     }
-    return made;
+    return true;
 }
 
 std::shared_ptr<AlgoGestureState> AlgoStateManager::MakeState(States state)
@@ -103,10 +108,8 @@ void AlgoStateManager::TransformState(States next)
     }
     PointerData data = currentState_ != nullptr ? currentState_->Out() : PointerData{};
     lastState_ = std::move(currentState_);
-    // The factory's lines, as if a new object were made.
-    QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "CreateState", "AlgoStateManager enter");
-    if (next < 0 || static_cast<size_t>(next) >= kStateCount) {
-        QUIL_LOG(LOG_LEVEL_ERROR, kLogTag, "CreateState", "Unknown state");
+    // Logged as if a new object were made.
+    if (!AnnounceState(next)) {
         currentState_ = nullptr;
         MLOGE("currentState_ is nullptr");
         return;

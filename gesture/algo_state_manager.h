@@ -30,6 +30,8 @@ private:
 
     // The object for `state` without the factory's log lines; null outside 0..11.
     static std::shared_ptr<AlgoGestureState> MakeState(States state);
+    // The factory's log lines for `state` (an error outside 0..11); whether it is one.
+    static bool AnnounceState(States state);
 
     // One object per state, made up front and emptied on every entry: a transition
     // happens several times per gesture and must not allocate.
