@@ -103,8 +103,8 @@ void HostInputService::Deliver(std::shared_ptr<MMI::PointerEvent>& event, bool q
         more = !queue_.empty();
     }
     delivered_.notify_all();
-    if (more) {
-        wake_.notify_one();  // the service's thread may be waiting for an inline delivery
+    if (!queued && more) {
+        wake_.notify_one();  // the service's thread waited for this inline delivery
     }
     if (queued) {  // an inline delivery was not counted for WaitIdle
         WorkerTracker::Instance().DeliveryDone();

@@ -221,8 +221,8 @@ void HostSensorService::EndDelivery(bool counted)
         queued = queued_ != 0;
     }
     delivered_.notify_all();
-    if (queued) {
-        wake_.notify_one();  // the service's thread may be waiting for an inline delivery
+    if (!counted && queued) {
+        wake_.notify_one();  // the service's thread waited for this inline delivery
     }
     if (counted) {
         WorkerTracker::Instance().DeliveryDone();
