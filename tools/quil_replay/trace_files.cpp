@@ -111,6 +111,7 @@ bool TraceFiles::CheckFile(const std::string& path, std::FILE* file, std::string
     // The second half is checked beside the first, numbering its lines from 1 and
     // knowing no earlier stamp; both are put right once the first half is done.
     std::string tailError;
+    int tailLines = 0;  // the line that failed, when one did
     std::optional<TraceParser::StampAt> tailFirstStamp;
     std::thread tailCheck([&] {
         std::FILE* tail = std::fopen(path.c_str(), "rb");
@@ -122,6 +123,7 @@ bool TraceFiles::CheckFile(const std::string& path, std::FILE* file, std::string
             while (parser.Next(tailRecord, tailError)) {
             }
             tailFirstStamp = parser.FirstStamp();
+            tailLines = parser.Lines();
         }
         if (tail != nullptr) {
             std::fclose(tail);
@@ -134,17 +136,14 @@ bool TraceFiles::CheckFile(const std::string& path, std::FILE* file, std::string
         return false;
     }
     const int offset = head.Lines();
-    // "FILE:LINE: problem" with the line counted from the split.
+    // "FILE:LINE: problem" with the line counted from the split; a read failure names
+    // no line.
     int tailErrorLine = INT_MAX;
     const std::string prefix = path + ":";
-    if (tailError.compare(0, prefix.size(), prefix) == 0) {
-        const size_t colon = tailError.find(':', prefix.size());
-        const std::string number = tailError.substr(prefix.size(), colon - prefix.size());
-        if (colon != std::string::npos && !number.empty() &&
-            number.find_first_not_of("0123456789") == std::string::npos) {
-            tailErrorLine = offset + std::stoi(number);
-            tailError = prefix + std::to_string(tailErrorLine) + tailError.substr(colon);
-        }
+    const std::string relative = prefix + std::to_string(tailLines) + ":";
+    if (tailError.compare(0, relative.size(), relative) == 0) {
+        tailErrorLine = offset + tailLines;
+        tailError = prefix + std::to_string(tailErrorLine) + tailError.substr(relative.size() - 1);
     }
     // The one order check that spans the halves comes first on its line.
     if (tailFirstStamp.has_value() && head.LastStamp().has_value() &&
