@@ -253,13 +253,17 @@ bool SensorConnection::PopData()
 
 bool SensorConnection::TakeFront(Sample& out)
 {
-    std::lock_guard<std::mutex> lock(eventMutex_);
-    if (events_.empty()) {
-        QUIL_LOG(LOG_LEVEL_ERROR, kLogTag, "GetSensorEvent", "No sensorEvent");
-        return false;
+    if (taken_.empty()) {
+        std::lock_guard<std::mutex> lock(eventMutex_);
+        if (events_.empty()) {
+            QUIL_LOG(LOG_LEVEL_ERROR, kLogTag, "GetSensorEvent", "No sensorEvent");
+            return false;
+        }
+        // Both rings keep their storage, so a steady stream still allocates nothing.
+        std::swap(events_, taken_);
     }
-    out = events_.front();
-    events_.pop_front();
+    out = taken_.front();
+    taken_.pop_front();
     return true;
 }
 

@@ -63,7 +63,8 @@ public:
     // Called by the sensor service on its delivery thread.
     static void SensorDataCallbackImpl(SensorEvent* event);
     void PushData(const SensorEvent& event);
-    // The oldest queued sample; its data pointer is valid until PopData.
+    // The oldest sample the worker has not yet taken off the queue; its data pointer is
+    // valid until PopData.
     std::optional<SensorEvent> GetSensorEvent();
     bool PopData();
     void NotifyCallback(int sensorTypeId, void* data);
@@ -102,6 +103,8 @@ private:
     void AlgorithmLoop();
     void HandleSensorEvent();
     // Moves the oldest sample into `out`; false (and the queue's error line) when empty.
+    // Takes the whole queue at once when the worker's own batch is empty, so the lock it
+    // shares with the delivery thread is taken once per burst, not once per sample.
     bool TakeFront(Sample& out);
     bool IsWorkerThread() const;
 
@@ -128,6 +131,9 @@ private:
     bool dispatching_ = false;
     std::vector<std::shared_ptr<void>> retired_;  // recognisers unbound mid-dispatch
     Sample current_;                              // the sample being dispatched; worker only
+    // Samples the worker has taken off the queue in one go and not yet dispatched; each
+    // still has its semaphore post to be waited for. Worker only.
+    EventRing<Sample> taken_;
 
     // Queued samples, in storage that grows while the worker falls behind and then
     // stays, so a steady stream allocates nothing.
