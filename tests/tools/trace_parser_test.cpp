@@ -154,9 +154,14 @@ TEST(TraceParserTest, NumbersReadExactlyAsStrtofReadsThem)
 
 TEST(TraceParserTest, ReadingRecordByRecordGivesWhatParsingTheWholeTextGives)
 {
-    const std::string text =
-        "# two files' worth\n@0 enable 3\n\n@1000000000000 acc 1 2 3\r\nsensor 7 1\n"
-        "touch down 0 1 2 0,1\nidle";
+    // Read in blocks: lines straddle them, and one line is longer than a block.
+    std::string text = "# two files' worth\n@0 enable 3\n\n";
+    for (int i = 0; i < 5000; ++i) {
+        text += "acc 0.5 " + std::to_string(i) + " 9.8\n";
+    }
+    text += "# " + std::string(150000, 'x') +
+            "\n@1000000000000 acc 1 2 3\r\nsensor 7 1\n"
+            "touch down 0 1 2 0,1\nidle";
     std::vector<TraceRecord> whole;
     std::string error;
     ASSERT_TRUE(TraceParser::ParseText("t.trace", text, whole, error)) << error;

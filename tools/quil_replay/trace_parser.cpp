@@ -1,13 +1,12 @@
 #include "trace_parser.h"
 
-#include <sys/types.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <string_view>
@@ -465,33 +464,60 @@ TraceParser::TraceParser(std::string name, std::FILE* file, long byteLimit)
 {
 }
 
-TraceParser::~TraceParser()
+TraceParser::~TraceParser() = default;
+
+bool TraceParser::ReadLine(std::string_view& line, std::string& error)
 {
-    std::free(buffer_);
+    constexpr size_t kBlock = 64 * 1024;
+    if (byteLimit_ >= 0 && consumed_ >= byteLimit_) {
+        return false;
+    }
+    size_t scanned = begin_;  // no newline before here
+    for (;;) {
+        const void* newline =
+            end_ > scanned ? std::memchr(buffer_.data() + scanned, '\n', end_ - scanned) : nullptr;
+        if (newline != nullptr || (atEnd_ && end_ > begin_)) {
+            const size_t stop =
+                newline != nullptr
+                    ? static_cast<size_t>(static_cast<const char*>(newline) - buffer_.data())
+                    : end_;
+            line = std::string_view(buffer_.data() + begin_, stop - begin_);
+            const size_t next = newline != nullptr ? stop + 1 : stop;
+            consumed_ += static_cast<long>(next - begin_);
+            begin_ = next;
+            return true;
+        }
+        if (atEnd_) {
+            return false;
+        }
+        // Keep the partial line at the front, with a block of room after it.
+        scanned = end_ - begin_;
+        std::memmove(buffer_.data(), buffer_.data() + begin_, scanned);
+        end_ = scanned;
+        begin_ = 0;
+        if (buffer_.size() < end_ + kBlock) {
+            buffer_.resize(end_ + kBlock);
+        }
+        const size_t got = std::fread(buffer_.data() + end_, 1, buffer_.size() - end_, file_);
+        end_ += got;
+        if (got == 0) {
+            // stdio rather than streams: reading a directory or a failing device is an
+            // error to report, not an exception.
+            if (std::ferror(file_) != 0) {
+                error = name_ + ": cannot be read";
+                return false;
+            }
+            atEnd_ = true;
+        }
+    }
 }
 
 bool TraceParser::Next(TraceRecord& record, std::string& error)
 {
     error.clear();
-    for (;;) {
-        if (byteLimit_ >= 0 && consumed_ >= byteLimit_) {
-            return false;
-        }
-        const ssize_t got = getline(&buffer_, &capacity_, file_);
-        if (got < 0) {
-            // stdio rather than streams: reading a directory or a failing device is an
-            // error to report, not an exception.
-            if (std::ferror(file_) != 0) {
-                error = name_ + ": cannot be read";
-            }
-            return false;
-        }
+    std::string_view text;
+    while (ReadLine(text, error)) {
         ++line_;
-        consumed_ += static_cast<long>(got);
-        std::string_view text(buffer_, static_cast<size_t>(got));
-        if (!text.empty() && text.back() == '\n') {
-            text.remove_suffix(1);
-        }
         const bool stamped = lastStamp_.has_value();
         const LineResult result = ParseLine(name_, line_, text, lastStamp_, record, tokens_, error);
         if (!stamped && lastStamp_.has_value()) {
@@ -507,6 +533,7 @@ bool TraceParser::Next(TraceRecord& record, std::string& error)
                 break;
         }
     }
+    return false;
 }
 
 }  // namespace Tarvo::Replay

@@ -3,6 +3,7 @@
 // as "FILE:LINE: what is wrong".
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -59,8 +60,15 @@ private:
     int line_ = 0;
     std::optional<double> lastStamp_;
     std::optional<StampAt> firstStamp_;
-    char* buffer_ = nullptr;  // getline's
-    size_t capacity_ = 0;
+    // Reads the next raw line (newline removed) into `line`; false at the end of the
+    // input or the byte limit, with `error` set if reading failed.
+    bool ReadLine(std::string_view& line, std::string& error);
+
+    // Read in blocks: a line is a view into the block, found with one memchr.
+    std::vector<char> buffer_;
+    size_t begin_ = 0;  // the unread part of buffer_ is [begin_, end_)
+    size_t end_ = 0;
+    bool atEnd_ = false;
     std::vector<std::string_view> tokens_;  // the current line's words, in buffer_
 };
 
