@@ -62,6 +62,7 @@ private:
 };
 
 struct KeywordEntry {
+    std::string_view word;
     RecordKind kind;
     bool (LineParser::*handler)(std::string&);
 };
@@ -263,33 +264,36 @@ bool LineParser::IntSetting(std::string& problem)
 
 bool LineParser::Parse(std::string& problem)
 {
-    static const std::map<std::string, KeywordEntry, std::less<>> kKeywords = {
-        {"enable", {RecordKind::ENABLE, &LineParser::HostCallWithArg}},
-        {"disable", {RecordKind::DISABLE, &LineParser::HostCallWithArg}},
-        {"disable-count", {RecordKind::DISABLE_COUNT, &LineParser::HostCallWithArg}},
-        {"supported", {RecordKind::SUPPORTED, &LineParser::HostCallWithArg}},
-        {"idle", {RecordKind::IDLE, &LineParser::HostCall}},
-        {"register", {RecordKind::REGISTER, &LineParser::HostCall}},
-        {"unregister", {RecordKind::UNREGISTER, &LineParser::HostCall}},
-        {"acc", {RecordKind::SAMPLE, &LineParser::Sample}},
-        {"light", {RecordKind::SAMPLE, &LineParser::Sample}},
-        {"prox", {RecordKind::SAMPLE, &LineParser::Sample}},
-        {"sensor", {RecordKind::SAMPLE, &LineParser::Sample}},
-        {"null-event", {RecordKind::NULL_EVENT, &LineParser::HostCall}},
-        {"touch", {RecordKind::TOUCH, &LineParser::Touch}},
-        {"touch-noitem", {RecordKind::TOUCH_NO_ITEM, &LineParser::TouchNoItem}},
-        {"device-sensors", {RecordKind::DEVICE_SENSORS, &LineParser::DeviceSensors}},
-        {"fail", {RecordKind::FAIL, &LineParser::Fault}},
-        {"heal", {RecordKind::HEAL, &LineParser::Fault}},
-        {"monitor-id", {RecordKind::MONITOR_ID, &LineParser::IntSetting}},
-        {"host-return", {RecordKind::HOST_RETURN, &LineParser::IntSetting}},
+    // Sample records come first: most lines of a long trace are samples.
+    static constexpr KeywordEntry kKeywords[] = {
+        {"acc", RecordKind::SAMPLE, &LineParser::Sample},
+        {"light", RecordKind::SAMPLE, &LineParser::Sample},
+        {"prox", RecordKind::SAMPLE, &LineParser::Sample},
+        {"sensor", RecordKind::SAMPLE, &LineParser::Sample},
+        {"touch", RecordKind::TOUCH, &LineParser::Touch},
+        {"enable", RecordKind::ENABLE, &LineParser::HostCallWithArg},
+        {"disable", RecordKind::DISABLE, &LineParser::HostCallWithArg},
+        {"disable-count", RecordKind::DISABLE_COUNT, &LineParser::HostCallWithArg},
+        {"supported", RecordKind::SUPPORTED, &LineParser::HostCallWithArg},
+        {"idle", RecordKind::IDLE, &LineParser::HostCall},
+        {"register", RecordKind::REGISTER, &LineParser::HostCall},
+        {"unregister", RecordKind::UNREGISTER, &LineParser::HostCall},
+        {"null-event", RecordKind::NULL_EVENT, &LineParser::HostCall},
+        {"touch-noitem", RecordKind::TOUCH_NO_ITEM, &LineParser::TouchNoItem},
+        {"device-sensors", RecordKind::DEVICE_SENSORS, &LineParser::DeviceSensors},
+        {"fail", RecordKind::FAIL, &LineParser::Fault},
+        {"heal", RecordKind::HEAL, &LineParser::Fault},
+        {"monitor-id", RecordKind::MONITOR_ID, &LineParser::IntSetting},
+        {"host-return", RecordKind::HOST_RETURN, &LineParser::IntSetting},
     };
-    auto entry = kKeywords.find(tokens_[first_]);
-    if (entry == kKeywords.end()) {
-        return Fail(problem, "unknown record '" + Keyword() + "'");
+    const std::string_view word = tokens_[first_];
+    for (const KeywordEntry& entry : kKeywords) {
+        if (entry.word == word) {
+            record_.kind = entry.kind;
+            return (this->*entry.handler)(problem);
+        }
     }
-    record_.kind = entry->second.kind;
-    return (this->*entry->second.handler)(problem);
+    return Fail(problem, "unknown record '" + Keyword() + "'");
 }
 
 enum class LineResult { RECORD, BLANK, ERROR };
@@ -371,17 +375,19 @@ LineResult ParseLine(const std::string& name, int number, std::string_view line,
         error = name + ":" + std::to_string(number) + ": " + problem;
         return LineResult::ERROR;
     };
-    // Field by field, so a reused record keeps its storage.
-    std::vector<float> floats = std::move(record.floats);
-    std::vector<int32_t> ids = std::move(record.ids);
-    std::string file = std::move(record.file);
-    record = TraceRecord{};
-    record.floats = std::move(floats);
+    // Field by field, so a reused record keeps its storage and its file name.
+    record.kind = RecordKind::IDLE;
+    record.stamp.reset();
+    record.value = 0;
     record.floats.clear();
-    record.ids = std::move(ids);
+    record.action = 0;
+    record.pointerId = 0;
+    record.x = 0;
+    record.y = 0;
     record.ids.clear();
-    record.file = std::move(file);
-    if (record.file != name) {  // the same file line after line: no copy
+    record.call = Host::SensorCall::GET_ALL_SENSORS;
+    record.callSensor.reset();
+    if (record.file != name) {
         record.file = name;
     }
     record.line = number;
