@@ -11,14 +11,14 @@ WorkerTracker& WorkerTracker::Instance()
     return *instance;
 }
 
-WorkerTracker::Slot* WorkerTracker::Find(sem_t* sem)
+size_t WorkerTracker::Find(const sem_t* sem) const
 {
-    for (Slot& slot : slots_) {
-        if (slot.sem.load(std::memory_order_acquire) == sem) {
-            return &slot;
+    for (size_t i = 0; i < kSlots; ++i) {
+        if (sems_[i].load(std::memory_order_acquire) == sem) {
+            return i;
         }
     }
-    return nullptr;
+    return kSlots;
 }
 
 void WorkerTracker::Add(int64_t delta)
@@ -34,45 +34,47 @@ void WorkerTracker::Add(int64_t delta)
 void WorkerTracker::OnSemInit(sem_t* sem)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    Slot* slot = Find(sem);
-    if (slot != nullptr) {  // initialised again without a destroy: start over
-        outstanding_ -= slot->outstanding.exchange(0);
+    size_t slot = Find(sem);
+    if (slot != kSlots) {  // initialised again without a destroy: start over
+        outstanding_ -= counts_[slot].outstanding.exchange(0);
     } else {
         slot = Find(nullptr);
-        if (slot == nullptr) {
+        if (slot == kSlots) {
             return;  // more semaphores than slots: this one goes unwatched
         }
     }
-    slot->outstanding = 1;  // its worker has not reached its first wait
+    counts_[slot].outstanding = 1;  // its worker has not reached its first wait
     outstanding_ += 1;
-    slot->sem.store(sem, std::memory_order_release);
+    sems_[slot].store(sem, std::memory_order_release);
 }
 
 void WorkerTracker::OnSemDestroy(sem_t* sem)
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    Slot* slot = Find(sem);
-    if (slot == nullptr) {
+    const size_t slot = Find(sem);
+    if (slot == kSlots) {
         return;
     }
-    slot->sem.store(nullptr, std::memory_order_release);
-    const int64_t left = slot->outstanding.exchange(0);
+    sems_[slot].store(nullptr, std::memory_order_release);
+    const int64_t left = counts_[slot].outstanding.exchange(0);
     lock.unlock();
     Add(-left);
 }
 
 void WorkerTracker::OnSemPost(sem_t* sem)
 {
-    if (Slot* slot = Find(sem)) {
-        slot->outstanding.fetch_add(1);
+    const size_t slot = Find(sem);
+    if (slot != kSlots) {
+        counts_[slot].outstanding.fetch_add(1);
         Add(1);
     }
 }
 
 void WorkerTracker::OnSemWait(sem_t* sem)
 {
-    if (Slot* slot = Find(sem)) {
-        slot->outstanding.fetch_sub(1);
+    const size_t slot = Find(sem);
+    if (slot != kSlots) {
+        counts_[slot].outstanding.fetch_sub(1);
         Add(-1);
     }
 }

@@ -48,19 +48,24 @@ public:
 private:
     // The library has two semaphores; tests may make a few more.
     static constexpr size_t kSlots = 64;
+    static constexpr size_t kCacheLine = 64;
 
-    struct Slot {
-        std::atomic<sem_t*> sem{nullptr};
+    // Every post and wait looks its semaphore up and moves two counters. The slots'
+    // semaphores are read on every call and rarely change, so they stay apart from the
+    // counters: a count moving on one core must not evict the lookup on the other.
+    struct alignas(kCacheLine) Count {
         std::atomic<int64_t> outstanding{0};  // posts + 1 - waits
     };
 
-    Slot* Find(sem_t* sem);
+    // The index of `sem`'s slot, or kSlots.
+    size_t Find(const sem_t* sem) const;
     void Add(int64_t delta);
 
-    std::array<Slot, kSlots> slots_;
-    std::atomic<int64_t> outstanding_{0};
-    std::atomic<int> waiters_{0};
-    std::mutex mutex_;  // slot changes, and waiting
+    alignas(kCacheLine) std::array<std::atomic<sem_t*>, kSlots> sems_{};
+    std::array<Count, kSlots> counts_;
+    alignas(kCacheLine) std::atomic<int64_t> outstanding_{0};
+    std::atomic<int> waiters_{0};           // read with every change of outstanding_
+    alignas(kCacheLine) std::mutex mutex_;  // slot changes, and waiting
     std::condition_variable idle_;
     std::atomic<void (*)()> hook_{nullptr};
 };
