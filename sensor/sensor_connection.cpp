@@ -152,7 +152,7 @@ void SensorConnection::RegisterEvent(int type, std::function<int(int, void*)> ca
     replaced = std::move(binding.owner);
     // A binding made while a sample is being dispatched starts with the next sample.
     binding = Binding{std::move(callback), std::move(owner), dispatchSerial_ + 1};
-    bindingsVersion_.fetch_add(1);
+    BindingsChangedLocked();
     RetireLocked(replaced);
 }
 
@@ -165,8 +165,18 @@ void SensorConnection::UnregisterEvent(int type)
     if (it != callbacks_.end()) {
         owner = std::move(it->second.owner);
         callbacks_.erase(it);
-        bindingsVersion_.fetch_add(1);
+        BindingsChangedLocked();
         RetireLocked(owner);
+    }
+}
+
+void SensorConnection::BindingsChangedLocked()
+{
+    bindingsVersion_.fetch_add(1);
+    // Between dispatches the copies go now, and with them whatever the callbacks hold;
+    // the next dispatch copies afresh either way.
+    if (!dispatching_) {
+        due_.clear();
     }
 }
 
@@ -270,12 +280,11 @@ bool SensorConnection::TakeFront(Sample& out)
 void SensorConnection::NotifyCallback(int sensorTypeId, void* data)
 {
     MLOGD("enter");
-    // The bindings due are taken under one lock. Should the host bind or unbind while
-    // they run, the rest are looked up again one at a time: a removed binding is never
-    // called again, one added during this sample waits for the next. The callbacks are
-    // copies, so a binding may go while it runs; its recogniser is retired, not
-    // released, until the dispatch is over.
-    SmallVector<DueBinding, kInlineBindings> due;
+    // The bindings due are taken under one lock, copied only when they have changed.
+    // Should the host bind or unbind while they run, the rest are looked up again one at
+    // a time: a removed binding is never called again, one added during this sample
+    // waits for the next. The callbacks are copies, so a binding may go while it runs;
+    // its recogniser is retired, not released, until the dispatch is over.
     uint64_t serial = 0;
     uint64_t version = 0;
     {
@@ -283,14 +292,18 @@ void SensorConnection::NotifyCallback(int sensorTypeId, void* data)
         serial = ++dispatchSerial_;
         dispatching_ = true;
         version = bindingsVersion_.load();
-        for (const auto& [type, binding] : callbacks_) {
-            if (binding.since <= serial && binding.callback) {
-                due.push_back(DueBinding{type, binding.callback});
+        if (version != dueVersion_) {
+            due_.clear();
+            for (const auto& [type, binding] : callbacks_) {
+                if (binding.since <= serial && binding.callback) {
+                    due_.push_back(DueBinding{type, binding.callback});
+                }
             }
+            dueVersion_ = version;
         }
     }
     std::optional<int> lastType;
-    for (const DueBinding& binding : due) {
+    for (const DueBinding& binding : due_) {
         if (lastType.has_value() && bindingsVersion_.load() != version) {
             DispatchByLookup(sensorTypeId, data, serial, lastType);
             break;

@@ -98,6 +98,8 @@ private:
                           std::optional<int> lastType);
     // Releases what was retired during the dispatch, then ends it.
     void EndDispatch();
+    // Marks the bindings changed, so the next dispatch copies them again.
+    void BindingsChangedLocked();
     // Keeps `owner` (moved from) until the dispatch in flight ends, if there is one.
     void RetireLocked(std::shared_ptr<void>& owner);
     void AlgorithmLoop();
@@ -129,6 +131,12 @@ private:
     std::atomic<uint64_t> bindingsVersion_{0};
     uint64_t dispatchSerial_ = 0;
     bool dispatching_ = false;
+    // The bindings as of bindingsVersion_ == dueVersion_, copied at the start of the
+    // dispatch that first saw that version and kept while it stands, so a steady stream
+    // copies no callbacks. Written under the lock only while no dispatch runs; the
+    // dispatch in flight reads it without the lock.
+    SmallVector<DueBinding, kInlineBindings> due_;
+    uint64_t dueVersion_ = UINT64_MAX;
     std::vector<std::shared_ptr<void>> retired_;  // recognisers unbound mid-dispatch
     Sample current_;                              // the sample being dispatched; worker only
     // Samples the worker has taken off the queue in one go and not yet dispatched; each
