@@ -29,12 +29,14 @@ class SensorConnection {
 public:
     // The values of one queued sample, copied out of the platform's block: the service
     // may reuse its block before the worker gets to the sample. Sized for the largest
-    // sample the recognisers read, with room to spare; longer samples are cut.
-    static constexpr size_t kSampleBytes = 16 * sizeof(float);
+    // sample the recognisers read (three values) and one more; longer samples are cut.
+    // Kept small, as every sample crosses from the delivery thread's core to the
+    // worker's: two queued samples share a cache line.
+    static constexpr size_t kSampleBytes = 4 * sizeof(float);
     struct Sample {
         int32_t sensorTypeId = 0;
-        int64_t timestamp = 0;
         bool hasData = false;  // the platform's data pointer was not null
+        int64_t timestamp = 0;
         alignas(8) uint8_t data[kSampleBytes] = {};
     };
 
