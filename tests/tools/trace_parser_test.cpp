@@ -109,6 +109,9 @@ TEST(TraceParserTest, RejectsMalformedLinesWithFileLineAndProblem)
                 testing::StartsWith("t.trace:1: unknown sensor service call 'Explode'"));
     EXPECT_EQ(ErrorOf("sensor 5\n"),
               "t.trace:1: sensor needs a sensor type id and at least 1 number");
+    // Bytes of a binary file come out escaped, not as a nul that cuts the message short.
+    EXPECT_EQ(ErrorOf(std::string("enable 3\0\x1b\n", 11)),
+              "t.trace:1: '3\\x00\\x1b' is not an integer");
 }
 
 TEST(TraceParserTest, StampsStartAfreshInEveryFileAndOutOfRangeFloatsSaturate)
