@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "line_error.h"
+
 namespace Tarvo::Import {
 namespace {
 
@@ -219,8 +221,8 @@ bool MapHeader(const Row& header, CsvReader::Layout& layout, std::optional<TimeU
                           : layout.z < 0  ? "z"
                                           : nullptr;
     if (missing != nullptr) {
-        error = name + ":" + std::to_string(header.line) + ": the header names no " + missing +
-                " column";
+        error = Tools::LineError(name, header.line,
+                                 std::string("the header names no ") + missing + " column");
         return false;
     }
     return true;
@@ -317,7 +319,7 @@ bool CsvReader::Read(std::istream& in, const std::string& name, const Options& o
     float scale = 1.0F;
 
     auto fail = [&](int line, const std::string& problem) {
-        error = name + ":" + std::to_string(line) + ": " + problem;
+        error = Tools::LineError(name, line, problem);
         return false;
     };
     auto number = [&](const Row& row, int column, const char* what, double& value) {

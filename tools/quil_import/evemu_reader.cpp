@@ -6,6 +6,8 @@
 #include <sstream>
 #include <vector>
 
+#include "line_error.h"
+
 namespace Tarvo::Import {
 namespace {
 
@@ -74,7 +76,7 @@ bool EvemuReader::Read(std::istream& in, const std::string& name, const AxisSink
     long long commentMin = 0;
     bool haveCommentMin = false;
     auto fail = [&](const std::string& problem) {
-        error = name + ":" + std::to_string(number) + ": " + problem;
+        error = Tools::LineError(name, number, problem);
         return false;
     };
     while (std::getline(in, line)) {

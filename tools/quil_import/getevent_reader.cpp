@@ -8,6 +8,8 @@
 #include <sstream>
 #include <vector>
 
+#include "line_error.h"
+
 namespace Tarvo::Import {
 namespace {
 
@@ -109,7 +111,7 @@ bool GeteventReader::Read(std::istream& in, const std::string& name, const AxisS
     std::string blockDevice;  // of the "add device" block being read
     bool inAbs = false;
     auto fail = [&](const std::string& problem) {
-        error = name + ":" + std::to_string(number) + ": " + problem;
+        error = Tools::LineError(name, number, problem);
         return false;
     };
     while (std::getline(in, line)) {

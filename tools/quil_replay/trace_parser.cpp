@@ -11,6 +11,8 @@
 #include <map>
 #include <string_view>
 
+#include "line_error.h"
+
 namespace Tarvo::Replay {
 namespace {
 
@@ -298,25 +300,6 @@ bool LineParser::Parse(std::string& problem)
 
 enum class LineResult { RECORD, BLANK, ERROR };
 
-// `text` with control characters written as \xNN: a binary file's bytes quoted in a
-// message must neither cut it short (a nul) nor garble the terminal.
-std::string Printable(const std::string& text)
-{
-    std::string out;
-    out.reserve(text.size());
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20 || byte == 0x7f) {
-            char escaped[5];
-            std::snprintf(escaped, sizeof(escaped), "\\x%02x", byte);
-            out += escaped;
-        } else {
-            out += c;
-        }
-    }
-    return out;
-}
-
 // Splits `line` at blanks and tabs into `tokens`, views into the line.
 void Tokenize(std::string_view line, std::vector<std::string_view>& tokens)
 {
@@ -391,7 +374,7 @@ LineResult ParseLine(const std::string& name, int number, std::string_view line,
         return LineResult::BLANK;
     }
     auto fail = [&](const std::string& problem) {
-        error = name + ":" + std::to_string(number) + ": " + Printable(problem);
+        error = Tools::LineError(name, number, problem);
         return LineResult::ERROR;
     };
     // Field by field, so a reused record keeps its storage and its file name.

@@ -135,6 +135,9 @@ TEST(CsvReaderTest, ErrorsNameFileLineAndProblem)
     }
     EXPECT_EQ(Read(longLog + "1000,0,0,9.8,\"\n1010,0,0,x\n").error,
               "log.csv:102: z is not a number: 'x'");
+    // A binary file's bytes are escaped, so a nul does not end the message.
+    EXPECT_EQ(Read(std::string("0,0,0,9.8\n10,0,\0,9.8\n", 21)).error,
+              "log.csv:2: y is not a number: '\\x00'");
 }
 
 }  // namespace
