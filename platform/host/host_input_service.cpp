@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "wake_batch.h"
 #include "worker_tracker.h"
 
 namespace Tarvo::Host {
@@ -120,6 +121,7 @@ void HostInputService::DeliverHere(std::shared_ptr<MMI::PointerEvent> event)
     }
     // The caller goes on to its own work, so no yield: the worker takes the other core
     // or this one once the caller waits.
+    const WakeBatch::Delivery delivery;
     Deliver(event, false, false);
 }
 

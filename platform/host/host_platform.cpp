@@ -14,6 +14,7 @@
 #include "platform_log.h"
 #include "sensor_service_client.h"
 #include "thread_support.h"
+#include "wake_batch.h"
 #include "worker_tracker.h"
 
 namespace Tarvo::Host {
@@ -75,6 +76,7 @@ void HostPlatform::Reset()
     HostLog::Instance().SetLevel(HostLog::kOff);
     HostLog::Instance().SetSink({});
     SetInlineDelivery(false);
+    SetWakeBatch(0);
     gThreadNamingFails = false;
 }
 
@@ -103,6 +105,11 @@ void HostPlatform::SetInlineDelivery(bool on)
 {
     HostSensorService::Instance().SetInlineDelivery(on);
     HostInputService::Instance().SetInlineDelivery(on);
+}
+
+void HostPlatform::SetWakeBatch(size_t posts)
+{
+    WakeBatch::SetSize(posts);
 }
 
 void HostPlatform::InjectNullEvent()
@@ -170,6 +177,7 @@ void HostPlatform::SetThreadNamingFails(bool fails)
 
 bool HostPlatform::WaitIdle(int timeoutMs)
 {
+    WakeBatch::Release();  // what this thread holds back would never be taken
     return WorkerTracker::Instance().WaitIdle(timeoutMs);
 }
 
@@ -278,14 +286,20 @@ int SemInit(sem_t* sem, int pshared, unsigned int value)
 
 int SemWait(sem_t* sem)
 {
-    WorkerTracker::Instance().OnSemWait(sem);
+    if (WorkerTracker::Instance().OnSemWait(sem)) {
+        return 0;  // a post let go by a wake batch
+    }
     return sem_wait(sem);
 }
 
 int SemPost(sem_t* sem)
 {
-    // Counted before the post, so the waiter can never be seen ahead of it.
+    // Counted before the post, so the waiter can never be seen ahead of it; a post held
+    // back is still outstanding work.
     WorkerTracker::Instance().OnSemPost(sem);
+    if (Host::WakeBatch::Hold(sem)) {
+        return 0;
+    }
     return sem_post(sem);
 }
 

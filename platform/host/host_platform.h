@@ -104,6 +104,14 @@ public:
     /// rather than its own; a replay saves a thread. Reset turns it off.
     /// \param on true to deliver on the injecting thread, false for the services' own.
     static void SetInlineDelivery(bool on);
+    /// With inline delivery, holds back the semaphore posts the library makes inside
+    /// deliveries on the calling thread and lets them go `posts` at a time. For a host
+    /// that delivers back to back and then waits, as a replay does: a library worker
+    /// that keeps up is then woken once a batch rather than once an event. Every call,
+    /// and WaitIdle on this thread, first lets go of what is held. Only the calling
+    /// thread is affected; Reset turns it off there.
+    /// \param posts the batch size; 0 (the default) posts at once.
+    static void SetWakeBatch(size_t posts);
     /// Call every subscriber's callback of every active sensor with a null event,
     /// once per subscriber record.
     static void InjectNullEvent();

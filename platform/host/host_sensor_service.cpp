@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "wake_batch.h"
 #include "worker_tracker.h"
 
 namespace Tarvo::Host {
@@ -200,7 +201,10 @@ void HostSensorService::DeliverHere(const Delivery& delivery)
         BeginDeliveryLocked();
         block = PrepareLocked(delivery);
     }
-    CallRecipients(delivery, block);
+    {
+        const WakeBatch::Delivery inlineDelivery;
+        CallRecipients(delivery, block);
+    }
     // Not counted for WaitIdle: the injecting thread is busy with it until it returns.
     EndDelivery(false);
 }

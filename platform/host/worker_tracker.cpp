@@ -43,6 +43,7 @@ void WorkerTracker::OnSemInit(sem_t* sem)
             return;  // more semaphores than slots: this one goes unwatched
         }
     }
+    credits_[slot].outstanding = 0;
     counts_[slot].outstanding = 1;  // its worker has not reached its first wait
     outstanding_ += 1;
     sems_[slot].store(sem, std::memory_order_release);
@@ -57,6 +58,7 @@ void WorkerTracker::OnSemDestroy(sem_t* sem)
     }
     sems_[slot].store(nullptr, std::memory_order_release);
     const int64_t left = counts_[slot].outstanding.exchange(0);
+    credits_[slot].outstanding = 0;
     lock.unlock();
     Add(-left);
 }
@@ -70,13 +72,32 @@ void WorkerTracker::OnSemPost(sem_t* sem)
     }
 }
 
-void WorkerTracker::OnSemWait(sem_t* sem)
+bool WorkerTracker::OnSemWait(sem_t* sem)
 {
     const size_t slot = Find(sem);
-    if (slot != kSlots) {
-        counts_[slot].outstanding.fetch_sub(1);
-        Add(-1);
+    if (slot == kSlots) {
+        return false;
     }
+    counts_[slot].outstanding.fetch_sub(1);
+    Add(-1);
+    std::atomic<int64_t>& credits = credits_[slot].outstanding;
+    int64_t left = credits.load(std::memory_order_relaxed);
+    while (left > 0) {
+        if (credits.compare_exchange_weak(left, left - 1)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool WorkerTracker::AddCredits(sem_t* sem, int64_t posts)
+{
+    const size_t slot = Find(sem);
+    if (slot == kSlots) {
+        return false;
+    }
+    credits_[slot].outstanding.fetch_add(posts - 1);
+    return true;
 }
 
 bool WorkerTracker::WaitIdle(int timeoutMs)

@@ -27,7 +27,14 @@ public:
     void OnSemInit(sem_t* sem);
     void OnSemDestroy(sem_t* sem);
     void OnSemPost(sem_t* sem);
-    void OnSemWait(sem_t* sem);
+    // Counts a wait. True when it took one of the posts a wake batch let go as credits
+    // (see AddCredits): the caller then has its post and must not wait on `sem`.
+    bool OnSemWait(sem_t* sem);
+    // Lets go of `posts` held-back posts of `sem` but one as credits, taken by the next
+    // waits before the semaphore itself; the caller posts the last one. A burst of
+    // sem_post calls would each make a system call while the woken worker is still on
+    // its way. False for a semaphore the tracker does not watch: post them all.
+    bool AddCredits(sem_t* sem, int64_t posts);
 
     // A service has taken an item to deliver, and has finished delivering it.
     void DeliveryQueued() { Add(1); }
@@ -63,6 +70,7 @@ private:
 
     alignas(kCacheLine) std::array<std::atomic<sem_t*>, kSlots> sems_{};
     std::array<Count, kSlots> counts_;
+    std::array<Count, kSlots> credits_;  // posts let go as credits, not yet taken
     alignas(kCacheLine) std::atomic<int64_t> outstanding_{0};
     std::atomic<int> waiters_{0};           // read with every change of outstanding_
     alignas(kCacheLine) std::mutex mutex_;  // slot changes, and waiting
