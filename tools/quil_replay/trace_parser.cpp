@@ -500,7 +500,9 @@ bool TraceParser::ReadLine(std::string_view& line, std::string& error)
         }
         // Keep the partial line at the front, with a block of room after it.
         scanned = end_ - begin_;
-        std::memmove(buffer_.data(), buffer_.data() + begin_, scanned);
+        if (scanned > 0) {
+            std::memmove(buffer_.data(), buffer_.data() + begin_, scanned);
+        }
         end_ = scanned;
         begin_ = 0;
         if (buffer_.size() < end_ + kBlock) {
