@@ -1,12 +1,15 @@
 // A vector that keeps its first N elements inline and goes to the heap only beyond
 // them, so the short lists of the touch path (the fingers on the screen, a state's
-// records) are copied and rebuilt for every event without allocating.
+// records) are copied and rebuilt for every event without allocating. The inline
+// room is raw storage: only the elements held are ever constructed, so an empty list
+// of large elements costs nothing to make.
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <initializer_list>
+#include <new>
+#include <utility>
 #include <vector>
 
 namespace Tarvo::Quil {
@@ -15,39 +18,50 @@ template <typename T, size_t N>
 class SmallVector {
 public:
     SmallVector() = default;
-    SmallVector(std::initializer_list<T> values) { Assign(values.begin(), values.end()); }
+    SmallVector(std::initializer_list<T> values) { Append(values.begin(), values.end()); }
     // From the platform's and the tests' plain vectors.
-    SmallVector(const std::vector<T>& values) { Assign(values.begin(), values.end()); }
-    SmallVector(const SmallVector& other) { Assign(other.begin(), other.end()); }
+    SmallVector(const std::vector<T>& values) { Append(values.begin(), values.end()); }
+    SmallVector(const SmallVector& other) { Append(other.begin(), other.end()); }
     SmallVector& operator=(const SmallVector& other)
     {
         if (this != &other) {
-            Assign(other.begin(), other.end());
+            clear();
+            Append(other.begin(), other.end());
         }
         return *this;
     }
     SmallVector& operator=(const std::vector<T>& values)
     {
-        Assign(values.begin(), values.end());
+        clear();
+        Append(values.begin(), values.end());
         return *this;
     }
+    ~SmallVector() { DestroyInline(0); }
 
     size_t size() const { return size_; }
     bool empty() const { return size_ == 0; }
     void clear()
     {
-        size_ = 0;
+        DestroyInline(0);
         spill_.clear();
+        size_ = 0;
     }
     void reserve(size_t /*count*/) {}
     void push_back(const T& value)
     {
         if (size_ < N) {
-            inline_[size_] = value;
-        } else {
-            if (size_ == N) {  // first element past the inline ones: move them out
-                spill_.assign(inline_.begin(), inline_.end());
+            new (Inline() + size_) T(value);
+        } else if (size_ == N) {
+            // First element past the inline ones: all of them move out. `value` may be
+            // one of them, so it is copied first.
+            T last(value);
+            spill_.reserve(2 * N);
+            for (size_t i = 0; i < N; ++i) {
+                spill_.push_back(std::move(Inline()[i]));
             }
+            DestroyInline(0);
+            spill_.push_back(std::move(last));
+        } else {
             spill_.push_back(value);
         }
         ++size_;
@@ -62,16 +76,20 @@ public:
             return;
         }
         if (size_ > N && count <= N) {  // back inline
-            std::copy(spill_.begin(), spill_.begin() + count, inline_.begin());
+            for (size_t i = 0; i < count; ++i) {
+                new (Inline() + i) T(std::move(spill_[i]));
+            }
             spill_.clear();
         } else if (size_ > N) {
             spill_.resize(count);
+        } else {
+            DestroyInline(count);
         }
         size_ = count;
     }
 
-    T* data() { return size_ > N ? spill_.data() : inline_.data(); }
-    const T* data() const { return size_ > N ? spill_.data() : inline_.data(); }
+    T* data() { return size_ > N ? spill_.data() : Inline(); }
+    const T* data() const { return size_ > N ? spill_.data() : Inline(); }
     T* begin() { return data(); }
     T* end() { return data() + size_; }
     const T* begin() const { return data(); }
@@ -90,15 +108,28 @@ public:
 
 private:
     template <typename It>
-    void Assign(It first, It last)
+    void Append(It first, It last)
     {
-        clear();
         for (; first != last; ++first) {
             push_back(*first);
         }
     }
 
-    std::array<T, N> inline_{};
+    T* Inline() { return std::launder(reinterpret_cast<T*>(storage_)); }
+    const T* Inline() const { return std::launder(reinterpret_cast<const T*>(storage_)); }
+
+    // Destroys the inline elements from `from` on; none are inline once spilled.
+    void DestroyInline(size_t from)
+    {
+        if (size_ > N) {
+            return;
+        }
+        for (size_t i = from; i < size_; ++i) {
+            Inline()[i].~T();
+        }
+    }
+
+    alignas(T) unsigned char storage_[N * sizeof(T)];
     size_t size_ = 0;
     std::vector<T> spill_;  // all elements, once there are more than N
 };
