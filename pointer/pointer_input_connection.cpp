@@ -180,21 +180,27 @@ void PointerInputConnection::Channel::Notify()
         QUIL_LOG(LOG_LEVEL_ERROR, kLogTag, "NotifyPointerEvent", "callback is nullptr");
         return;
     }
-    PointerEvent event;
-    {
-        // Taken here as well: the service's thread appends while the worker pops.
+    if (taken.empty()) {
+        // Taken here as well: the service's thread appends while the worker pops. Both
+        // rings keep their storage, so a steady stream allocates nothing.
         std::lock_guard<std::mutex> lock(mutex);
         if (events.empty()) {
             return;
         }
-        event = std::move(events.front());
-        events.pop_front();
+        std::swap(events, taken);
     }
+    PointerEvent event = std::move(taken.front());
+    taken.pop_front();
     (*subscriber)(std::move(event));
 }
 
 bool PointerInputConnection::Channel::KeepRunning()
 {
+    // While running, nothing is decided here: seeing a stop one round late only costs
+    // one more wait. Ending must be one step with marking the worker done.
+    if (running.load()) {
+        return true;
+    }
     std::lock_guard<std::mutex> lock(lifeMutex);
     if (running) {
         return true;
