@@ -155,6 +155,51 @@ TEST(TraceParserTest, NumbersReadExactlyAsStrtofReadsThem)
     }
 }
 
+// A check that skips converting plain decimals accepts and rejects exactly what a full
+// read does, with the same message.
+TEST(TraceParserTest, CheckingOnlyFindsWhatReadingFinds)
+{
+    for (const char* token : {"12.5",
+                              "-0.001",
+                              "7",
+                              "-",
+                              "-.5",
+                              ".5",
+                              "5.",
+                              "1e3",
+                              "1e",
+                              "1_0",
+                              "+1",
+                              "0x1p3",
+                              "inf",
+                              "nan",
+                              "99999999999999999999999999999999999999999999",
+                              "0.0000000000000000000000000000000000000000000001",
+                              "1.2.3",
+                              "--1",
+                              "1-",
+                              "١"}) {
+        const std::string line = std::string("light ") + token + "\n";
+        std::string checked;
+        std::string read;
+        for (const bool checkOnly : {true, false}) {
+            std::FILE* file = std::tmpfile();
+            std::fputs(line.c_str(), file);
+            std::rewind(file);
+            TraceParser parser("t.trace", file);
+            if (checkOnly) {
+                parser.CheckOnly();
+            }
+            TraceRecord record;
+            std::string error;
+            const bool ok = parser.Next(record, error);
+            (checkOnly ? checked : read) = ok ? "ok" : error;
+            std::fclose(file);
+        }
+        EXPECT_EQ(checked, read) << token;
+    }
+}
+
 TEST(TraceParserTest, ReadingRecordByRecordGivesWhatParsingTheWholeTextGives)
 {
     // Read in blocks: lines straddle them, and one line is longer than a block.

@@ -103,6 +103,7 @@ bool TraceFiles::CheckFile(const std::string& path, std::FILE* file, std::string
     const long split = SplitOffset(path);
     TraceRecord record;
     TraceParser head(path, file, split);
+    head.CheckOnly();
     if (split < 0) {
         while (head.Next(record, error)) {
         }
@@ -119,6 +120,7 @@ bool TraceFiles::CheckFile(const std::string& path, std::FILE* file, std::string
             tailError = path + ": cannot be read";
         } else {
             TraceParser parser(path, tail);
+            parser.CheckOnly();
             TraceRecord tailRecord;
             while (parser.Next(tailRecord, tailError)) {
             }
