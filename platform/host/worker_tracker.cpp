@@ -36,15 +36,15 @@ void WorkerTracker::OnSemInit(sem_t* sem)
     std::lock_guard<std::mutex> lock(mutex_);
     size_t slot = Find(sem);
     if (slot != kSlots) {  // initialised again without a destroy: start over
-        outstanding_ -= counts_[slot].outstanding.exchange(0);
+        outstanding_ -= counts_[slot].value.exchange(0);
     } else {
         slot = Find(nullptr);
         if (slot == kSlots) {
             return;  // more semaphores than slots: this one goes unwatched
         }
     }
-    credits_[slot].outstanding = 0;
-    counts_[slot].outstanding = 1;  // its worker has not reached its first wait
+    credits_[slot].value = 0;
+    counts_[slot].value = 1;  // its worker has not reached its first wait
     outstanding_ += 1;
     sems_[slot].store(sem, std::memory_order_release);
 }
@@ -57,8 +57,8 @@ void WorkerTracker::OnSemDestroy(sem_t* sem)
         return;
     }
     sems_[slot].store(nullptr, std::memory_order_release);
-    const int64_t left = counts_[slot].outstanding.exchange(0);
-    credits_[slot].outstanding = 0;
+    const int64_t left = counts_[slot].value.exchange(0);
+    credits_[slot].value = 0;
     lock.unlock();
     Add(-left);
 }
@@ -67,7 +67,7 @@ void WorkerTracker::OnSemPost(sem_t* sem)
 {
     const size_t slot = Find(sem);
     if (slot != kSlots) {
-        counts_[slot].outstanding.fetch_add(1);
+        counts_[slot].value.fetch_add(1);
         Add(1);
     }
 }
@@ -78,9 +78,9 @@ bool WorkerTracker::OnSemWait(sem_t* sem)
     if (slot == kSlots) {
         return false;
     }
-    counts_[slot].outstanding.fetch_sub(1);
+    counts_[slot].value.fetch_sub(1);
     Add(-1);
-    std::atomic<int64_t>& credits = credits_[slot].outstanding;
+    std::atomic<int64_t>& credits = credits_[slot].value;
     int64_t left = credits.load(std::memory_order_relaxed);
     while (left > 0) {
         if (credits.compare_exchange_weak(left, left - 1)) {
@@ -96,7 +96,7 @@ bool WorkerTracker::AddCredits(sem_t* sem, int64_t posts)
     if (slot == kSlots) {
         return false;
     }
-    credits_[slot].outstanding.fetch_add(posts - 1);
+    credits_[slot].value.fetch_add(posts - 1);
     return true;
 }
 

@@ -60,8 +60,8 @@ private:
     // Every post and wait looks its semaphore up and moves two counters. The slots'
     // semaphores are read on every call and rarely change, so they stay apart from the
     // counters: a count moving on one core must not evict the lookup on the other.
-    struct alignas(kCacheLine) Count {
-        std::atomic<int64_t> outstanding{0};  // posts + 1 - waits
+    struct alignas(kCacheLine) Counter {
+        std::atomic<int64_t> value{0};
     };
 
     // The index of `sem`'s slot, or kSlots.
@@ -69,8 +69,8 @@ private:
     void Add(int64_t delta);
 
     alignas(kCacheLine) std::array<std::atomic<sem_t*>, kSlots> sems_{};
-    std::array<Count, kSlots> counts_;
-    std::array<Count, kSlots> credits_;  // posts let go as credits, not yet taken
+    std::array<Counter, kSlots> counts_;   // posts + 1 - waits
+    std::array<Counter, kSlots> credits_;  // posts let go as credits, not yet taken
     alignas(kCacheLine) std::atomic<int64_t> outstanding_{0};
     std::atomic<int> waiters_{0};           // read with every change of outstanding_
     alignas(kCacheLine) std::mutex mutex_;  // slot changes, and waiting
