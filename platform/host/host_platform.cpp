@@ -3,6 +3,7 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 
@@ -77,6 +78,7 @@ void HostPlatform::Reset()
     HostLog::Instance().SetSink({});
     SetInlineDelivery(false);
     SetWakeBatch(0);
+    SetWaitSpin(0);
     gThreadNamingFails = false;
 }
 
@@ -179,6 +181,11 @@ bool HostPlatform::WaitIdle(int timeoutMs)
 {
     WakeBatch::Release();  // what this thread holds back would never be taken
     return WorkerTracker::Instance().WaitIdle(timeoutMs);
+}
+
+void HostPlatform::SetWaitSpin(int microseconds)
+{
+    WorkerTracker::Instance().SetWaitSpin(std::max(microseconds, 0));
 }
 
 void HostPlatform::SetDeliveryHook(void (*hook)())

@@ -169,6 +169,13 @@ public:
     /// \param timeoutMs the longest wait, in milliseconds.
     /// \return true when idle; false if that did not happen in time.
     static bool WaitIdle(int timeoutMs = 10000);
+    /// Makes WaitIdle spin for up to `microseconds` before it sleeps. A host that waits
+    /// after every event, with the library's work on another core, then does not pay
+    /// for being woken from there, which on a virtual machine can cost tens of
+    /// microseconds a wait; the spin costs a core while it lasts. Reset sets 0 (the
+    /// default): no spin.
+    /// \param microseconds the longest spin.
+    static void SetWaitSpin(int microseconds);
 
     // --- measuring --------------------------------------------------------------
     /// \param hook runs on a service's delivery thread just before each sample or touch

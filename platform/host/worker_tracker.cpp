@@ -1,8 +1,24 @@
 #include "worker_tracker.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace Tarvo::Host {
+namespace {
+// A worker woken from another core needs a few microseconds before it is done with one
+// record; a spin shorter than that would always fail.
+constexpr int64_t kMinSpinUs = 8;
+
+// Tells the processor this is a spin, so the other hardware thread of its core runs on.
+void CpuRelax()
+{
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_ia32_pause();
+#elif defined(__aarch64__)
+    asm volatile("yield");
+#endif
+}
+}  // namespace
 
 WorkerTracker& WorkerTracker::Instance()
 {
@@ -102,6 +118,21 @@ bool WorkerTracker::AddCredits(sem_t* sem, int64_t posts)
 
 bool WorkerTracker::WaitIdle(int timeoutMs)
 {
+    // Spins only as long as spinning has lately paid: on a machine busy with other work
+    // the worker may need this very core, and the spin then halves each time it fails.
+    const int64_t limit = spinUs_.load();
+    const int64_t budget = std::min(std::max(spinBudgetUs_.load(), kMinSpinUs), limit);
+    if (limit > 0) {
+        const auto spinUntil = std::chrono::steady_clock::now() + std::chrono::microseconds(budget);
+        do {
+            if (outstanding_.load() == 0) {
+                spinBudgetUs_ = std::min(limit, budget * 2 + 1);
+                return true;
+            }
+            CpuRelax();
+        } while (std::chrono::steady_clock::now() < spinUntil);
+        spinBudgetUs_ = budget / 2;
+    }
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     std::unique_lock<std::mutex> lock(mutex_);
     waiters_.fetch_add(1);

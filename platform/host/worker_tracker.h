@@ -49,8 +49,10 @@ public:
         }
     }
 
-    // Waits until nothing is outstanding; false after `timeoutMs`.
+    // Waits until nothing is outstanding; false after `timeoutMs`. Spins for the first
+    // SetWaitSpin microseconds before it sleeps.
     bool WaitIdle(int timeoutMs);
+    void SetWaitSpin(int64_t microseconds) { spinUs_ = microseconds; }
 
 private:
     // The library has two semaphores; tests may make a few more.
@@ -76,6 +78,8 @@ private:
     alignas(kCacheLine) std::mutex mutex_;  // slot changes, and waiting
     std::condition_variable idle_;
     std::atomic<void (*)()> hook_{nullptr};
+    std::atomic<int64_t> spinUs_{0};
+    std::atomic<int64_t> spinBudgetUs_{0};  // what the next wait spins, at most spinUs_
 };
 
 }  // namespace Tarvo::Host
