@@ -11,7 +11,7 @@ namespace {
 constexpr size_t kSems = 4;
 
 struct Held {
-    sem_t* sem = nullptr;
+    WorkerTracker::Ticket ticket;
     size_t posts = 0;
 };
 
@@ -20,6 +20,20 @@ struct ThreadState {
     int deliveries = 0;
     size_t total = 0;
     std::array<Held, kSems> held{};
+
+    void ReleaseAll()
+    {
+        for (Held& entry : held) {
+            if (entry.posts > 0) {
+                WorkerTracker::Instance().ReleaseHeld(entry.ticket,
+                                                      static_cast<int64_t>(entry.posts));
+                entry.posts = 0;
+            }
+        }
+        total = 0;
+    }
+    // A thread that ends with posts held lets them go: their work is outstanding.
+    ~ThreadState() { ReleaseAll(); }
 };
 thread_local ThreadState tState;
 
@@ -34,14 +48,18 @@ void WakeBatch::SetSize(size_t posts)
 bool WakeBatch::Hold(sem_t* sem)
 {
     ThreadState& state = tState;
-    if (state.size == 0 || state.deliveries == 0) {
+    WorkerTracker::Ticket ticket;
+    if (state.size == 0 || state.deliveries == 0 ||
+        !WorkerTracker::Instance().TicketFor(sem, ticket)) {
         return false;
     }
     Held* slot = nullptr;
     for (Held& held : state.held) {
-        if (held.sem == sem || (slot == nullptr && held.posts == 0)) {
+        const bool same = held.posts > 0 && held.ticket.slot == ticket.slot &&
+                          held.ticket.generation == ticket.generation;
+        if (same || (slot == nullptr && held.posts == 0)) {
             slot = &held;
-            if (held.sem == sem) {
+            if (same) {
                 break;
             }
         }
@@ -49,7 +67,7 @@ bool WakeBatch::Hold(sem_t* sem)
     if (slot == nullptr) {
         return false;  // more semaphores than slots: this one is posted at once
     }
-    slot->sem = sem;
+    slot->ticket = ticket;
     ++slot->posts;
     if (++state.total >= state.size) {
         Release();
@@ -59,18 +77,7 @@ bool WakeBatch::Hold(sem_t* sem)
 
 void WakeBatch::Release()
 {
-    ThreadState& state = tState;
-    for (Held& held : state.held) {
-        if (held.posts > 0 &&
-            WorkerTracker::Instance().AddCredits(held.sem, static_cast<int64_t>(held.posts))) {
-            held.posts = 1;  // the rest are credits; one post wakes the worker
-        }
-        for (; held.posts > 0; --held.posts) {
-            sem_post(held.sem);
-        }
-        held.sem = nullptr;
-    }
-    state.total = 0;
+    tState.ReleaseAll();
 }
 
 WakeBatch::Delivery::Delivery()

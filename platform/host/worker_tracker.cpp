@@ -59,6 +59,7 @@ void WorkerTracker::OnSemInit(sem_t* sem)
             return;  // more semaphores than slots: this one goes unwatched
         }
     }
+    generations_[slot].fetch_add(1);
     credits_[slot].value = 0;
     counts_[slot].value = 1;  // its worker has not reached its first wait
     outstanding_ += 1;
@@ -73,6 +74,7 @@ void WorkerTracker::OnSemDestroy(sem_t* sem)
         return;
     }
     sems_[slot].store(nullptr, std::memory_order_release);
+    generations_[slot].fetch_add(1);
     const int64_t left = counts_[slot].value.exchange(0);
     credits_[slot].value = 0;
     lock.unlock();
@@ -106,14 +108,27 @@ bool WorkerTracker::OnSemWait(sem_t* sem)
     return false;
 }
 
-bool WorkerTracker::AddCredits(sem_t* sem, int64_t posts)
+bool WorkerTracker::TicketFor(const sem_t* sem, Ticket& ticket) const
 {
     const size_t slot = Find(sem);
     if (slot == kSlots) {
         return false;
     }
-    credits_[slot].value.fetch_add(posts - 1);
+    ticket = Ticket{slot, generations_[slot].load()};
     return true;
+}
+
+void WorkerTracker::ReleaseHeld(const Ticket& ticket, int64_t posts)
+{
+    // Under the lock that destroying takes, so the semaphore cannot go between the
+    // check and the post.
+    std::lock_guard<std::mutex> lock(mutex_);
+    sem_t* const sem = sems_[ticket.slot].load();
+    if (sem == nullptr || generations_[ticket.slot].load() != ticket.generation) {
+        return;
+    }
+    credits_[ticket.slot].value.fetch_add(posts - 1);
+    sem_post(sem);
 }
 
 bool WorkerTracker::WaitIdle(int timeoutMs)

@@ -30,11 +30,22 @@ public:
     // Counts a wait. True when it took one of the posts a wake batch let go as credits
     // (see AddCredits): the caller then has its post and must not wait on `sem`.
     bool OnSemWait(sem_t* sem);
-    // Lets go of `posts` held-back posts of `sem` but one as credits, taken by the next
-    // waits before the semaphore itself; the caller posts the last one. A burst of
-    // sem_post calls would each make a system call while the woken worker is still on
-    // its way. False for a semaphore the tracker does not watch: post them all.
-    bool AddCredits(sem_t* sem, int64_t posts);
+    // Which watched semaphore a held-back post is for: a slot, and the slot's generation
+    // when the post was held, so that a semaphore destroyed meanwhile is told apart
+    // from a new one at the same address.
+    struct Ticket {
+        size_t slot = 0;
+        uint64_t generation = 0;
+    };
+    // The ticket for a post to `sem`; false for a semaphore the tracker does not watch,
+    // whose posts are not held.
+    bool TicketFor(const sem_t* sem, Ticket& ticket) const;
+    // Lets go of `posts` held-back posts of the semaphore `ticket` names: all but one as
+    // credits, taken by the next waits before the semaphore itself, and one post to
+    // wake the waiter. A burst of sem_post calls would each make a system call while
+    // the woken worker is still on its way. Posts for a semaphore destroyed since they
+    // were held are dropped.
+    void ReleaseHeld(const Ticket& ticket, int64_t posts);
 
     // A service has taken an item to deliver, and has finished delivering it.
     void DeliveryQueued() { Add(1); }
@@ -71,6 +82,8 @@ private:
     void Add(int64_t delta);
 
     alignas(kCacheLine) std::array<std::atomic<sem_t*>, kSlots> sems_{};
+    // Moves on each time a slot is given to a semaphore or freed.
+    std::array<std::atomic<uint64_t>, kSlots> generations_{};
     std::array<Counter, kSlots> counts_;   // posts + 1 - waits
     std::array<Counter, kSlots> credits_;  // posts let go as credits, not yet taken
     alignas(kCacheLine) std::atomic<int64_t> outstanding_{0};

@@ -255,6 +255,29 @@ TEST_F(HostSensorServiceTest, WakeBatchHoldsOnlyDeliveryPostsAndLosesNone)
     UnsubscribeSensor(1, &client.user);
 }
 
+// Posts held for a semaphore that is destroyed before they go are dropped: they never
+// reach a new semaphore made at the same address.
+sem_t gReused;
+TEST_F(HostSensorServiceTest, HeldPostsNeverReachASemaphoreMadeAfterTheirs)
+{
+    SemInit(&gReused, 0, 0);
+    SensorUser user{{}, [](SensorEvent*) { SemPost(&gReused); }, nullptr};
+    SubscribeSensor(1, &user);
+    ActivateSensor(1, &user);
+    HostPlatform::SetInlineDelivery(true);
+    HostPlatform::SetWakeBatch(8);
+    HostPlatform::InjectSample(1, {1.0F});
+    HostPlatform::InjectSample(1, {2.0F});
+    SemDestroy(&gReused);
+    SemInit(&gReused, 0, 0);
+    HostPlatform::SetWakeBatch(0);  // lets go of what is held
+    int value = -1;
+    sem_getvalue(&gReused, &value);
+    EXPECT_EQ(value, 0);
+    SemDestroy(&gReused);
+    EXPECT_TRUE(HostPlatform::WaitIdle());
+}
+
 TEST(HostInputServiceTest, MonitorIdsCountFromOneUnlessFixed)
 {
     HostPlatform::Reset();
