@@ -5,6 +5,8 @@
 #include <climits>
 #include <thread>
 
+#include "line_error.h"
+
 namespace Tarvo::Replay {
 namespace {
 constexpr char kStdin[] = "-";
@@ -151,8 +153,8 @@ bool TraceFiles::CheckFile(const std::string& path, std::FILE* file, std::string
     if (tailFirstStamp.has_value() && head.LastStamp().has_value() &&
         tailFirstStamp->stamp < *head.LastStamp() &&
         offset + tailFirstStamp->line <= tailErrorLine) {
-        error = prefix + std::to_string(offset + tailFirstStamp->line) + ": time stamp " +
-                tailFirstStamp->text + " is earlier than the one before";
+        error = Tools::LineError(path, offset + tailFirstStamp->line,
+                                 TraceParser::EarlierStamp(tailFirstStamp->text));
         return false;
     }
     error = tailError;

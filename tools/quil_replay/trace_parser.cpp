@@ -361,32 +361,15 @@ void Tokenize(std::string_view line, std::vector<std::string_view>& tokens)
 bool ParseStamp(std::string_view token, double& stamp)
 {
     // Digits, then optionally a dot and more digits: no sign, no exponent.
-    auto digitsFrom = [&token](size_t pos) {
-        size_t end = pos;
-        while (end < token.size() && token[end] >= '0' && token[end] <= '9') {
-            ++end;
-        }
-        return end;
-    };
-    size_t end = digitsFrom(1);
-    if (end == 1) {
-        return false;
-    }
-    if (end < token.size() && token[end] == '.') {
-        const size_t fractionEnd = digitsFrom(end + 1);
-        if (fractionEnd == end + 1) {
-            return false;
-        }
-        end = fractionEnd;
-    }
-    if (end != token.size()) {
+    const std::string_view digits = token.substr(1);
+    if (!IsPlainDecimal(digits) || digits[0] == '-') {
         return false;
     }
     // Plain decimals: from_chars rounds exactly as strtod does.
-    const auto [ptr, ec] = std::from_chars(token.data() + 1, token.data() + end, stamp);
+    const auto [ptr, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), stamp);
     (void)ptr;
     if (ec != std::errc{}) {
-        stamp = std::strtod(std::string(token.substr(1)).c_str(), nullptr);
+        stamp = std::strtod(std::string(digits).c_str(), nullptr);
     }
     return std::isfinite(stamp);
 }
@@ -437,8 +420,7 @@ LineResult ParseLine(const std::string& name, int number, bool checkOnly, std::s
                         " is too large (at most 1000000000000 ms)");
         }
         if (lastStamp.has_value() && stamp < *lastStamp) {
-            return fail("time stamp " + std::string(tokens[0].substr(1)) +
-                        " is earlier than the one before");
+            return fail(TraceParser::EarlierStamp(tokens[0].substr(1)));
         }
         lastStamp = stamp;
         record.stamp = stamp;
@@ -455,6 +437,11 @@ LineResult ParseLine(const std::string& name, int number, bool checkOnly, std::s
 }
 
 }  // namespace
+
+std::string TraceParser::EarlierStamp(std::string_view text)
+{
+    return "time stamp " + std::string(text) + " is earlier than the one before";
+}
 
 bool TraceParser::ParseText(const std::string& name, const std::string& text,
                             std::vector<TraceRecord>& records, std::string& error)

@@ -33,6 +33,8 @@ public:
         double stamp = 0.0;
         std::string text;  // as written, without the @
     };
+    // The problem with a stamp (`text` as written, without the @) that goes back in time.
+    static std::string EarlierStamp(std::string_view text);
 
     // Reads records one at a time from `file` (not owned), named `name` in messages,
     // from its current position; with `byteLimit` >= 0, no line starting at or past
