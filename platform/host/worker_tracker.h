@@ -7,7 +7,7 @@
 // The tracker keeps one running total of what is outstanding (deliveries not finished,
 // plus posts + 1 - waits over every semaphore), so a waiter is woken once, when it
 // reaches zero. Posts and waits only touch atomics: the workers and delivery threads
-// never queue on a lock of the tracker.
+// never queue on a lock of the tracker, except to let a wake batch go, once a batch.
 #pragma once
 
 #include <semaphore.h>
@@ -28,7 +28,7 @@ public:
     void OnSemDestroy(sem_t* sem);
     void OnSemPost(sem_t* sem);
     // Counts a wait. True when it took one of the posts a wake batch let go as credits
-    // (see AddCredits): the caller then has its post and must not wait on `sem`.
+    // (see ReleaseHeld): the caller then has its post and must not wait on `sem`.
     bool OnSemWait(sem_t* sem);
     // Which watched semaphore a held-back post is for: a slot, and the slot's generation
     // when the post was held, so that a semaphore destroyed meanwhile is told apart
