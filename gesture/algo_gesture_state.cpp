@@ -103,13 +103,6 @@ void AlgoGestureState::In(const PointerData& data)
     }
 }
 
-void AlgoGestureState::Reset()
-{
-    distance = 0;
-    angle = 0;
-    pointerEvents_.clear();
-}
-
 PointerData AlgoGestureState::Out() const
 {
     MLOGD("enter");

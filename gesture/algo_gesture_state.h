@@ -57,8 +57,6 @@ public:
     // Dispatches on the pointer action; unknown actions lead to STATE_ERROR.
     States HandlePointerEvent(const PointerEvent& event);
     void In(const PointerData& data);
-    // Back to a new object's contents: no records, no distance or angle.
-    void Reset();
     PointerData Out() const;
     // Makes each finger's move record its new down record; false if a move record has
     // no down record.
@@ -85,6 +83,13 @@ public:
     static const MotionData& GetReportInfo() { return reportInfo_; }
 
 protected:
+    // States are copied only as a whole, by their own class: the state manager renews a
+    // reused object by assigning it a new one.
+    AlgoGestureState(const AlgoGestureState&) = default;
+    AlgoGestureState(AlgoGestureState&&) = default;
+    AlgoGestureState& operator=(const AlgoGestureState&) = default;
+    AlgoGestureState& operator=(AlgoGestureState&&) = default;
+
     // Where a handler's log lines come from: the state class's tag and the handler.
     struct LogSite {
         const char* tag;

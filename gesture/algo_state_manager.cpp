@@ -19,20 +19,24 @@ namespace {
 constexpr char kLogTag[] = "AlgoStateManager";
 }  // namespace
 
-AlgoStateManager::AlgoStateManager()
+AlgoStateManager::AlgoStateManager(StateObjects objects) : objects_(objects)
 {
     // Logged under the factory's name, as the machine's first state is made here.
     QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "CreateState", "AlgoStateManager enter");
-    for (size_t index = 0; index < kStateCount; ++index) {
-        states_[index] = MakeState(static_cast<States>(index));
+    if (objects_ == StateObjects::REUSED) {
+        for (size_t index = 0; index < kStateCount; ++index) {
+            slots_[index] = MakeSlot(static_cast<States>(index));
+        }
+        currentState_ = slots_[STATE_IDLE].object;
+    } else {
+        currentState_ = MakeSlot(STATE_IDLE).object;
     }
-    currentState_ = states_[STATE_IDLE];
     currentState_->SetCurrentState(STATE_IDLE);
 }
 
 std::shared_ptr<AlgoGestureState> AlgoStateManager::CreateState(States state)
 {
-    return AnnounceState(state) ? MakeState(state) : nullptr;
+    return AnnounceState(state) ? MakeSlot(state).object : nullptr;
 }
 
 bool AlgoStateManager::AnnounceState(States state)
@@ -45,35 +49,46 @@ bool AlgoStateManager::AnnounceState(States state)
     return true;
 }
 
-std::shared_ptr<AlgoGestureState> AlgoStateManager::MakeState(States state)
+AlgoStateManager::StateSlot AlgoStateManager::MakeSlot(States state)
 {
     switch (state) {
         case STATE_IDLE:
-            return std::make_shared<AlgoIdleState>();
+            return MakeSlotOf<AlgoIdleState>();
         case STATE_ONE_FINGER_DOWN:
-            return std::make_shared<AlgoOneFingerDownState>();
+            return MakeSlotOf<AlgoOneFingerDownState>();
         case STATE_ONE_FINGER_MOVE:
-            return std::make_shared<AlgoOneFingerMoveState>();
+            return MakeSlotOf<AlgoOneFingerMoveState>();
         case STATE_SWIPE:
-            return std::make_shared<AlgoSwipeState>();
+            return MakeSlotOf<AlgoSwipeState>();
         case STATE_TWO_FINGERS_DOWN:
-            return std::make_shared<AlgoTwoFingersDownState>();
+            return MakeSlotOf<AlgoTwoFingersDownState>();
         case STATE_TWO_FINGERS_MOVE:
-            return std::make_shared<AlgoTwoFingersMoveState>();
+            return MakeSlotOf<AlgoTwoFingersMoveState>();
         case STATE_PINCH:
-            return std::make_shared<AlgoPinchState>();
+            return MakeSlotOf<AlgoPinchState>();
         case STATE_THREE_FINGERS_DOWN:
-            return std::make_shared<AlgoThreeFingersDownState>();
+            return MakeSlotOf<AlgoThreeFingersDownState>();
         case STATE_THREE_FINGERS_MOVE:
-            return std::make_shared<AlgoThreeFingersMoveState>();
+            return MakeSlotOf<AlgoThreeFingersMoveState>();
         case STATE_SLIDE:
-            return std::make_shared<AlgoSlideState>();
+            return MakeSlotOf<AlgoSlideState>();
         case STATE_END:
-            return std::make_shared<AlgoEndState>();
+            return MakeSlotOf<AlgoEndState>();
         case STATE_ERROR:
-            return std::make_shared<AlgoErrorState>();
+            return MakeSlotOf<AlgoErrorState>();
     }
-    return nullptr;
+    return StateSlot{};
+}
+
+std::shared_ptr<AlgoGestureState> AlgoStateManager::EnterState(States next)
+{
+    if (objects_ == StateObjects::FRESH) {
+        return MakeSlot(next).object;
+    }
+    // Never the current object: a transition to the current state keeps it instead.
+    StateSlot& slot = slots_[next];
+    slot.renew(*slot.object);
+    return slot.object;
 }
 
 void AlgoStateManager::RegisterCallback(std::shared_ptr<IMotionAlgo::Callback> callback)
@@ -108,14 +123,11 @@ void AlgoStateManager::TransformState(States next)
     }
     PointerData data = currentState_ != nullptr ? currentState_->Out() : PointerData{};
     lastState_ = std::move(currentState_);
-    // Logged as if a new object were made.
     if (!AnnounceState(next)) {
-        currentState_ = nullptr;
         MLOGE("currentState_ is nullptr");
         return;
     }
-    currentState_ = states_[next];
-    currentState_->Reset();
+    currentState_ = EnterState(next);
     currentState_->SetCurrentState(next);
     currentState_->In(data);
 }

@@ -2,15 +2,31 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <memory>
 
 #include "algo_gesture_state.h"
 
 namespace Tarvo::Quil {
 
+// Where a transition gets the object of the state it enters. Both give the same machine:
+// a reused object is renewed, on entry, to exactly what a new one holds.
+enum class StateObjects : uint8_t {
+    REUSED,  // one object per state, made up front: a transition does not allocate
+    FRESH,   // a new object per transition: the plain path, kept to check REUSED against
+};
+
+// Builds with QUIL_FRESH_GESTURE_STATES make a new object per transition by default;
+// the test suite plays generated traces through both and compares them byte for byte.
+#ifdef QUIL_FRESH_GESTURE_STATES
+inline constexpr StateObjects kDefaultStateObjects = StateObjects::FRESH;
+#else
+inline constexpr StateObjects kDefaultStateObjects = StateObjects::REUSED;
+#endif
+
 class AlgoStateManager {
 public:
-    AlgoStateManager();
+    explicit AlgoStateManager(StateObjects objects = kDefaultStateObjects);
 
     // A new state object for `state`, empty store; null (and an error line) outside 0..11.
     std::shared_ptr<AlgoGestureState> CreateState(States state);
@@ -28,14 +44,30 @@ public:
 private:
     static constexpr size_t kStateCount = STATE_ERROR + 1;
 
-    // The object for `state` without the factory's log lines; null outside 0..11.
-    static std::shared_ptr<AlgoGestureState> MakeState(States state);
+    // A state object with the way to make it new again in place.
+    struct StateSlot {
+        std::shared_ptr<AlgoGestureState> object;
+        void (*renew)(AlgoGestureState& object) = nullptr;
+    };
+    // Renewal assigns a newly constructed object of the state's own class, so every
+    // member, of the base or of the state, is whatever its constructor makes it.
+    template <typename State>
+    static StateSlot MakeSlotOf()
+    {
+        return StateSlot{std::make_shared<State>(),
+                         [](AlgoGestureState& object) { static_cast<State&>(object) = State(); }};
+    }
+    // The slot for `state` without the factory's log lines; empty outside 0..11.
+    static StateSlot MakeSlot(States state);
     // The factory's log lines for `state` (an error outside 0..11); whether it is one.
     static bool AnnounceState(States state);
+    // The object that `next` (within 0..11) starts with: renewed or new.
+    std::shared_ptr<AlgoGestureState> EnterState(States next);
 
-    // One object per state, made up front and emptied on every entry: a transition
-    // happens several times per gesture and must not allocate.
-    std::array<std::shared_ptr<AlgoGestureState>, kStateCount> states_;
+    StateObjects objects_;
+    // REUSED: one object per state, made up front; a transition happens several times
+    // per gesture and must not allocate.
+    std::array<StateSlot, kStateCount> slots_;
     std::shared_ptr<AlgoGestureState> currentState_;
     std::shared_ptr<AlgoGestureState> lastState_;
 };

@@ -13,12 +13,24 @@ constexpr char kMissingDown[] = "MAP data storage error";
 constexpr int kSlideStartPixels = 300;  // one finger's travel that calls for a decision
 constexpr int kSlideAvgPixels = 240;    // average travel that makes it a slide
 constexpr size_t kFingers = 3;
-constexpr size_t kMaxTrackedFingers = 16;  // bounds movingDistances_ against id floods
 }  // namespace
 
 int AlgoThreeFingersMoveState::GetDistance(const PointerEvent& event)
 {
     return FingerTravel(LogSite{kLogTag, __func__}, event.pointerId, kMissingDown);
+}
+
+void AlgoThreeFingersMoveState::TrackTravel(int32_t pointerId, int32_t pixels)
+{
+    for (TrackedFinger& finger : movingDistances_) {
+        if (finger.pointerId == pointerId) {
+            finger.pixels = pixels;
+            return;
+        }
+    }
+    if (movingDistances_.size() < kMaxTrackedFingers) {
+        movingDistances_.push_back(TrackedFinger{pointerId, pixels});
+    }
 }
 
 int AlgoThreeFingersMoveState::GetAvgDistance()
@@ -125,10 +137,7 @@ States AlgoThreeFingersMoveState::HandleMoveEvent(const PointerEvent& event)
     }
     StoreEvent(event);
     const int travelled = GetDistance(event);
-    if (movingDistances_.count(event.pointerId) != 0 ||
-        movingDistances_.size() < kMaxTrackedFingers) {
-        movingDistances_[event.pointerId] = travelled;
-    }
+    TrackTravel(event.pointerId, travelled);
     if (travelled < kSlideStartPixels) {
         MLOGD("Insufficient movingDistance distance");
         return STATE_THREE_FINGERS_MOVE;

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <vector>
 
 #include "algo_gesture_state.h"
@@ -38,8 +37,20 @@ public:
     bool HandleDirection();
 
 private:
-    std::map<int32_t, int32_t> movingDistances_;  // pointerId -> latest travel, pixels
-    int32_t fingerAngle_ = 0;                     // degrees
+    // Fingers whose travel is kept: bounds movingDistances_ against id floods.
+    static constexpr size_t kMaxTrackedFingers = 16;
+
+    struct TrackedFinger {
+        int32_t pointerId;
+        int32_t pixels;
+    };
+    // Records `pixels` as the latest travel of finger `pointerId`, unless the finger is
+    // new and kMaxTrackedFingers are tracked already.
+    void TrackTravel(int32_t pointerId, int32_t pixels);
+
+    // Each finger's latest travel, pixels; inline, as a map would allocate per finger.
+    SmallVector<TrackedFinger, kMaxTrackedFingers> movingDistances_;
+    int32_t fingerAngle_ = 0;  // degrees
 };
 
 }  // namespace Tarvo::Quil

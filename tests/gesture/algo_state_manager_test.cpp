@@ -71,34 +71,71 @@ TEST_F(AlgoStateManagerTest, StoreTravelsAndStayingKeepsTheStateObject)
     EXPECT_EQ(manager_.GetCurrentState(), object);
 }
 
-// State objects are reused from gesture to gesture: what one gesture stored must not
-// show up when the next enters the same states.
-TEST_F(AlgoStateManagerTest, ReenteredStatesHoldOnlyWhatWasHandedOver)
+// A reused state object must enter each time as a new one would: every state, every
+// member (the three-finger move state keeps travels of its own), through gestures cut
+// short in each state. Compared with a manager that makes a new object per transition:
+// its reports, states and log lines must be the same.
+TEST_F(AlgoStateManagerTest, ReusedStateObjectsBehaveAsNewOnes)
 {
-    const std::vector<PointerEvent> gesture = {
-        Touch(2, 0, 100, 900, {0}),       Touch(3, 0, 140, 900, {0}),
-        Touch(2, 1, 400, 900, {0, 1}),    Touch(3, 1, 450, 950, {0, 1}),
-        Touch(2, 2, 700, 900, {0, 1, 2}), Touch(3, 2, 700, 990, {0, 1, 2}),
-        Touch(4, 2, 700, 990, {0, 1, 2}), Touch(4, 1, 450, 950, {0, 1}),
-        Touch(4, 0, 140, 900, {0})};
-    auto trace = [](AlgoStateManager& manager, const std::vector<PointerEvent>& events) {
-        std::vector<std::vector<int32_t>> steps;
+    // Three fingers down, moving `dy` in `steps` rounds, then (optionally) lifted.
+    auto three = [](int32_t x, int32_t dy, bool lift, int32_t steps = 1) {
+        std::vector<PointerEvent> events = {Touch(2, 0, x, 900, {0}),
+                                            Touch(2, 1, x + 200, 900, {0, 1}),
+                                            Touch(2, 2, x + 400, 900, {0, 1, 2})};
+        for (int32_t step = 1; step <= steps; ++step) {
+            for (int32_t f = 0; f < 3; ++f) {
+                events.push_back(Touch(3, f, x + 200 * f, 900 + dy * step / steps, {0, 1, 2}));
+            }
+        }
+        if (lift) {
+            events.push_back(Touch(4, 2, x + 400, 900 + dy, {0, 1, 2}));
+            events.push_back(Touch(4, 1, x + 200, 900 + dy, {0, 1}));
+            events.push_back(Touch(4, 0, x, 900 + dy, {0}));
+        }
+        return events;
+    };
+    std::vector<PointerEvent> events = three(100, 50, true);  // every finger moved, no slide
+    for (const PointerEvent& event : three(150, 0, false)) {
+        if (event.pointerAction == 2) {
+            events.push_back(event);  // the same fingers down again, none has moved
+        }
+    }
+    events.push_back(Touch(3, 0, 150, 910, {0, 1, 2}));
+    events.push_back(Touch(3, 0, 150, 1300, {0, 1, 2}));  // finger 0 alone goes far
+    events.push_back(Touch(9, 0, 0, 0, {0}));
+    for (const PointerEvent& event : three(300, 400, true, 4)) {
+        events.push_back(event);  // a real slide
+    }
+    events.push_back(Touch(2, 0, 20, 2700, {0}));
+    events.push_back(Touch(3, 0, 20, 2500, {0}));  // a swipe up from the bottom edge
+    events.push_back(Touch(2, 1, 500, 900, {0, 1}));
+    events.push_back(Touch(3, 1, 900, 900, {0, 1}));
+    events.push_back(Touch(4, 1, 900, 900, {0, 1}));
+    events.push_back(Touch(4, 0, 20, 2500, {0}));
+
+    auto play = [&events, this](StateObjects objects) {
+        ProbeState().ResetReportInfo();
+        callback_->Clear();
+        LogCapture log;
+        AlgoStateManager manager(objects);
+        manager.RegisterCallback(callback_);
+        std::string seen;
         for (const PointerEvent& event : events) {
             manager.TransformState(manager.EnableHandle(event));
-            std::vector<int32_t> step = {manager.GetCurrentState()->GetCurrentState()};
-            for (const auto& [key, record] : manager.GetCurrentState()->Out().pointerEvents) {
-                step.insert(step.end(), {key.pointerId, key.pointerAction, record.x, record.y});
-            }
-            steps.push_back(step);
+            seen += std::to_string(manager.GetCurrentState()->GetCurrentState()) + " ";
         }
-        return steps;
+        for (const Host::LogLine& line : log.Lines()) {
+            seen += "\n" + Host::FormatLogLine(line);
+        }
+        for (const MotionData& report : callback_->Reports()) {
+            seen += "\n" + report.Dump();
+        }
+        return seen;
     };
-    // Some other gesture first, cut short by a wrong action, then the gesture itself.
-    trace(manager_, {Touch(2, 0, 10, 20, {0}), Touch(2, 1, 30, 40, {0, 1}),
-                     Touch(3, 1, 35, 45, {0, 1}), Touch(9, 0, 0, 0, {0})});
-    trace(manager_, {Touch(4, 1, 35, 45, {0, 1}), Touch(4, 0, 10, 20, {0})});
-    AlgoStateManager fresh;
-    EXPECT_EQ(trace(manager_, gesture), trace(fresh, gesture));
+    const std::string fresh = play(StateObjects::FRESH);
+    EXPECT_EQ(play(StateObjects::REUSED), fresh);
+    EXPECT_THAT(fresh, testing::HasSubstr("Not all fingers moved"));
+    EXPECT_THAT(fresh, testing::HasSubstr("type:13 result:1 status:1"));
 }
 
 TEST_F(AlgoStateManagerTest, UnknownPointerActionLeadsToError)
