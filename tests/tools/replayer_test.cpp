@@ -13,6 +13,7 @@
 #include <sstream>
 
 #include "host_platform.h"
+#include "replay_capture.h"
 #include "trace_parser.h"
 
 namespace Tarvo::Replay::Test {
@@ -20,7 +21,7 @@ namespace {
 
 using Host::HostPlatform;
 
-enum class Form { TEXT, JSON, DEBUG_LOG };
+using Form = ReplayForm;
 
 class ReplayerTest : public testing::Test {
 protected:
@@ -30,53 +31,11 @@ protected:
         ASSERT_TRUE(plugin_.Load(QUIL_PLUGIN_PATH, error)) << error;
     }
 
-    // Standard output, then the log, of one replay.
-    static std::string Replay(const std::vector<TraceRecord>& records, Form form, bool everyRecord)
-    {
-        char* buffer = nullptr;
-        size_t size = 0;
-        std::FILE* out = open_memstream(&buffer, &size);
-        std::string log;
-        HostPlatform::SetLogSink(
-            [&log](const Host::LogLine& line) { log += Host::FormatLogLine(line) + "\n"; });
-        HostPlatform::SetLogLevel(form == Form::DEBUG_LOG ? 3 : 8);
-        std::string error;
-        bool ok = false;
-        {
-            OutputWriter writer(out, form == Form::JSON);
-            ReplaySettings settings;
-            settings.syncEveryRecord = everyRecord;
-            settings.stampedReports = form == Form::JSON;
-            settings.logging = form == Form::DEBUG_LOG;
-            ok = Replayer(plugin_, writer, settings).Run(records, error);
-        }
-        HostPlatform::Reset();
-        std::fclose(out);
-        std::string output(buffer, size);
-        std::free(buffer);
-        return (ok ? "" : "failed: " + error + "\n") + output + "--- log\n" +
-               WithoutWorkerStart(log);
-    }
-
-    // The pointer worker's first line races the Enable that starts it, whichever way the
-    // trace is played; every other line has its place.
-    static std::string WithoutWorkerStart(const std::string& log)
-    {
-        std::istringstream lines(log);
-        std::string kept;
-        for (std::string line; std::getline(lines, line);) {
-            if (line.find("/PointerInputConnection: in AlgorithmLoop, ") == std::string::npos) {
-                kept += line + "\n";
-            }
-        }
-        return kept;
-    }
-
     static void ExpectSameBothWays(const std::vector<TraceRecord>& records, Form form,
                                    const std::string& what)
     {
-        const std::string reference = Replay(records, form, true);
-        const std::string fast = Replay(records, form, false);
+        const std::string reference = CaptureReplay(plugin_, records, form, true);
+        const std::string fast = CaptureReplay(plugin_, records, form, false);
         ASSERT_EQ(fast, reference) << what << " as form " << static_cast<int>(form);
     }
 

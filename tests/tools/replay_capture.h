@@ -1,0 +1,21 @@
+// One replay of parsed records through a loaded plug-in, captured as text: what the
+// host printed, then the platform log, for tests that compare two ways of playing.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "plugin_loader.h"
+#include "trace_record.h"
+
+namespace Tarvo::Replay::Test {
+
+enum class ReplayForm { TEXT, JSON, DEBUG_LOG };
+
+// Standard output, then "--- log" and the log lines (all of them with DEBUG_LOG), of
+// one replay; a failed run starts with "failed: " and its error. The pointer worker's
+// start line is left out: it races the Enable that starts it, however a trace is played.
+std::string CaptureReplay(const PluginLoader& plugin, const std::vector<TraceRecord>& records,
+                          ReplayForm form, bool syncEveryRecord);
+
+}  // namespace Tarvo::Replay::Test
