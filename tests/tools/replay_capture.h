@@ -13,8 +13,9 @@ namespace Tarvo::Replay::Test {
 enum class ReplayForm { TEXT, JSON, DEBUG_LOG };
 
 // Standard output, then "--- log" and the log lines (all of them with DEBUG_LOG), of
-// one replay; a failed run starts with "failed: " and its error. The pointer worker's
-// start line is left out: it races the Enable that starts it, however a trace is played.
+// one replay; a failed run starts with "failed: " and its error. The workers' start
+// lines are left out: the pointer worker's races the Enable that starts it, the sensor
+// worker's the plug-in's loading, however a trace is played.
 std::string CaptureReplay(const PluginLoader& plugin, const std::vector<TraceRecord>& records,
                           ReplayForm form, bool syncEveryRecord);
 
