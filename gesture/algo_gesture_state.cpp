@@ -12,9 +12,6 @@ constexpr char kLogTag[] = "AlgoGestureState";
 constexpr double kDegreesPerRadian = 57.29577951308232;
 
 constexpr size_t kMaxStoredRecords = 32;  // down and move records of 16 fingers
-constexpr int32_t kGestureResultFinished = 2;
-constexpr int32_t kGestureStatusInProgress = 2;
-constexpr int32_t kGestureStatusEnd = 3;
 
 // Truncation toward zero that saturates instead of overflowing; the results here are
 // never NaN (a square root or an angle of finite integers).
@@ -137,7 +134,7 @@ void AlgoGestureState::Report()
         return;
     }
     // In-progress reports are only logged; the host hears of a gesture's start and end.
-    if (reportInfo_.status != kGestureStatusInProgress) {
+    if (reportInfo_.status != GESTURE_STATUS_IN_PROGRESS) {
         // A copy: a host that re-enables a gesture from inside the call must not see the
         // record change under it.
         const MotionData report = reportInfo_;
@@ -150,8 +147,8 @@ void AlgoGestureState::Report()
 
 void AlgoGestureState::ReportFinishInfo()
 {
-    reportInfo_.result = kGestureResultFinished;
-    reportInfo_.status = kGestureStatusEnd;
+    reportInfo_.result = GESTURE_RESULT_FINISHED;
+    reportInfo_.status = GESTURE_STATUS_END;
     Report();
     ResetReportInfo();
 }
@@ -159,10 +156,10 @@ void AlgoGestureState::ReportFinishInfo()
 void AlgoGestureState::ResetReportInfo()
 {
     // `type` stays: it still names the last gesture.
-    reportInfo_.result = -1;
-    reportInfo_.status = -1;
+    reportInfo_.result = GESTURE_RESULT_NONE;
+    reportInfo_.status = GESTURE_STATUS_NONE;
     reportInfo_.action = -1;
-    reportInfo_.direction = -1;
+    reportInfo_.direction = DIRECTION_NONE;
     reportInfo_.rotateAction = -1;
     reportInfo_.move = 0.0;
 }
@@ -284,8 +281,9 @@ int AlgoGestureState::FingerTravel(const LogSite& site, int32_t pointerId,
         QUIL_LOG(LOG_LEVEL_ERROR, site.tag, site.op, "%{public}s", missingMessage);
         ClearStore();
     }
-    // Looked up with insertion, as shipped: a missing record reads as one at (0, 0) and
-    // stays, which is at most this finger's two records.
+    // Looked up with insertion, deliberately: a missing record reads as one at (0, 0)
+    // and stays (at most this finger's two records), and the travel measured from it
+    // decides the state's next step.
     const PointerEvent& move = pointerEvents_[PointerKey{pointerId, POINTER_ACTION_MOVE}];
     const PointerEvent& down = pointerEvents_[PointerKey{pointerId, POINTER_ACTION_DOWN}];
     return GetDistance(move, down);

@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "gesture_report.h"
 #include "i_motion_algo.h"
 #include "motion_data.h"
 #include "platform_log.h"

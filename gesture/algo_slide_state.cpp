@@ -10,7 +10,6 @@ constexpr char kLogTag[] = "AlgoSlideState";
 constexpr char kWrongDown[] = "MAP store error,store wrong DownEvent";
 constexpr double kTravelStepPixels = 10.0;  // smaller changes are not reported
 constexpr size_t kFingers = 3;
-constexpr int32_t kGestureInProgress = 2;
 }  // namespace
 
 int AlgoSlideState::GetDistance(const PointerEvent& event)
@@ -39,7 +38,7 @@ States AlgoSlideState::HandleMoveEvent(const PointerEvent& event)
         ReportFinishInfo();
         return Transit(site, STATE_ERROR);
     }
-    reportInfo_.status = kGestureInProgress;  // before measuring: every report here is 2
+    reportInfo_.status = GESTURE_STATUS_IN_PROGRESS;  // before measuring: every report here is 2
     StoreEvent(event);
     SmallVector<int, 16> distances;
     for (const PointerEvent& move : CollectRecords(POINTER_ACTION_MOVE)) {

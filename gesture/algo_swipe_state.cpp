@@ -6,7 +6,6 @@ namespace Tarvo::Quil {
 namespace {
 constexpr char kLogTag[] = "AlgoSwipeState";
 constexpr double kProgressStepPixels = 10.0;  // progress is recorded in larger steps
-constexpr int32_t kGestureInProgress = 2;
 }  // namespace
 
 States AlgoSwipeState::HandleMoveEvent(const PointerEvent& event)
@@ -17,7 +16,7 @@ States AlgoSwipeState::HandleMoveEvent(const PointerEvent& event)
         return FailWrongInput(site, event);  // no finishing report on this path
     }
     StoreEvent(event, POINTER_ACTION_MOVE);
-    reportInfo_.status = kGestureInProgress;
+    reportInfo_.status = GESTURE_STATUS_IN_PROGRESS;
     const PointerRecords records = CollectRecords();
     if (records.size() != 2) {
         ClearStore();

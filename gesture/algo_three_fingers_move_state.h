@@ -9,15 +9,6 @@
 
 namespace Tarvo::Quil {
 
-// Direction of a finger's movement; y grows downwards on the screen.
-enum Direction : int32_t {
-    DIRECTION_NONE = -1,  // |dx| == |dy|
-    DIRECTION_UP = 0,
-    DIRECTION_LEFT = 1,
-    DIRECTION_DOWN = 2,
-    DIRECTION_RIGHT = 3,
-};
-
 class AlgoThreeFingersMoveState : public AlgoGestureState {
 public:
     States HandleDownEvent(const PointerEvent& event) override;
@@ -30,8 +21,6 @@ public:
     int GetAvgDistance();
     // The dominant direction of a movement (dx, dy); DIRECTION_NONE when neither is.
     static Direction JudgeDirection(int64_t dx, int64_t dy);
-    // The direction of the angle last measured, fingerAngle_ (not used by the handlers).
-    Direction JudgeDirection() const;
     bool IsSameDirection(SmallVector<int, 16> fingerAngles,
                          SmallVector<Direction, 16> fingerDirections);
     bool HandleDirection();
@@ -50,7 +39,6 @@ private:
 
     // Each finger's latest travel, pixels; inline, as a map would allocate per finger.
     SmallVector<TrackedFinger, kMaxTrackedFingers> movingDistances_;
-    int32_t fingerAngle_ = 0;  // degrees
 };
 
 }  // namespace Tarvo::Quil

