@@ -232,8 +232,10 @@ void IioSensorService::PollLoop()
             wake_.wait(lock);
             continue;
         }
-        if (Clock::now() < next->second.due) {
-            wake_.wait_until(lock, next->second.due);
+        // A copy: while waiting, the lock is let go and the poll may be erased.
+        const Clock::time_point due = next->second.due;
+        if (Clock::now() < due) {
+            wake_.wait_until(lock, due);
             continue;  // the set of polls may have changed meanwhile
         }
         const int32_t type = next->first;

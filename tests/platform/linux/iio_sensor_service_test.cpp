@@ -215,6 +215,20 @@ TEST_F(IioSensorServiceTest, NothingArrivesOnceDeactivateHasReturned)
     EXPECT_EQ(CountNow(SENSOR_TYPE_ID_ACCELEROMETER), count);
 }
 
+// The poll thread waits for the next sample due; the wait must not outlive the poll
+// it was for when the last subscriber leaves meanwhile.
+TEST_F(IioSensorServiceTest, LeavingWhileTheNextSampleIsFarOffIsSafe)
+{
+    AddAccel(0);
+    constexpr int64_t kSlowNs = 2000000000;  // 2 s
+    Start(SENSOR_TYPE_ID_ACCELEROMETER, &user_, kSlowNs);
+    ASSERT_TRUE(WaitFor([](const auto& r) { return r.size() == 1; }));
+    ASSERT_EQ(DeactivateSensor(SENSOR_TYPE_ID_ACCELEROMETER, &user_), 0);
+    // The poll thread wakes for the change, with its poll gone.
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(CountNow(SENSOR_TYPE_ID_ACCELEROMETER), 1u);
+}
+
 TEST_F(IioSensorServiceTest, AVanishingDeviceIsReportedOnceAndTheOthersGoOn)
 {
     AddAccel(0);
