@@ -1,12 +1,15 @@
 #include "iio_device.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include "sensor_service_client.h"
@@ -18,28 +21,62 @@ namespace fs = std::filesystem;
 
 constexpr char kDevicePrefix[] = "iio:device";
 
+// Whether there is anything at `path`: a link that leads nowhere or round in a loop
+// counts, so that reading it names the problem instead of passing over it.
 bool Exists(const std::string& path)
 {
     std::error_code ec;
-    return fs::exists(path, ec);
+    return fs::exists(fs::symlink_status(path, ec));
 }
 
-// The whole attribute; false with `error` naming the file and the reason.
+// A sysfs attribute holds at most one page; anything longer is not an attribute.
+constexpr size_t kMaxAttributeBytes = 4096;
+
+std::string Reason(const std::string& path, int error)
+{
+    return "cannot read " + path + ": " + std::strerror(error);
+}
+
+// The whole attribute; false with `error` naming the file and the reason. Only a
+// regular file of at most one page is read, and nothing here can block: a FIFO, a
+// device node or an endless file in the tree is refused, not waited on.
 bool ReadText(const std::string& path, std::string& text, std::string& error)
 {
-    errno = 0;
-    std::ifstream in(path);
-    if (!in) {
-        error = "cannot read " + path + ": " + std::strerror(errno != 0 ? errno : EIO);
+    const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    if (fd < 0) {
+        error = Reason(path, errno);
         return false;
     }
-    std::ostringstream buffer;
-    buffer << in.rdbuf();
-    if (in.bad()) {
-        error = "cannot read " + path + ": " + std::strerror(errno != 0 ? errno : EIO);
+    struct stat info {};
+    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+        error = "cannot read " + path + ": not a regular file";
+        close(fd);
         return false;
     }
-    text = buffer.str();
+    char buffer[kMaxAttributeBytes + 1];
+    size_t used = 0;
+    for (;;) {
+        const ssize_t got = read(fd, buffer + used, sizeof(buffer) - used);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got < 0) {
+            error = Reason(path, errno);
+            close(fd);
+            return false;
+        }
+        used += static_cast<size_t>(got);
+        if (got == 0 || used == sizeof(buffer)) {
+            break;
+        }
+    }
+    close(fd);
+    if (used > kMaxAttributeBytes) {
+        error = "cannot read " + path + ": longer than " + std::to_string(kMaxAttributeBytes) +
+                " bytes";
+        return false;
+    }
+    text.assign(buffer, used);
     return true;
 }
 

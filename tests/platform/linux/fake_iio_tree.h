@@ -45,6 +45,10 @@ public:
         }
         std::rename((path + ".new").c_str(), path.c_str());
     }
+    std::string Attribute(int n, const std::string& attribute) const
+    {
+        return Device(n) + "/" + attribute;
+    }
     void Accel(int n, int x, int y, int z)
     {
         Write(n, "in_accel_x_raw", std::to_string(x));

@@ -4,6 +4,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
 
 #include "fake_iio_tree.h"
 #include "sensor_service_client.h"
@@ -162,6 +166,66 @@ TEST_F(IioDeviceTest, AGarbledOrVanishedChannelIsAReadErrorNamingTheFile)
     tree_.Remove(0);
     EXPECT_FALSE(devices[0].Read(values, error));
     EXPECT_THAT(error, HasSubstr("in_accel_x_raw"));
+}
+
+// What a hostile tree may hold in place of an attribute: each is refused at once with
+// the file named, and the device it belongs to is skipped; nothing blocks (a FIFO) or
+// reads without end (a device node).
+TEST_F(IioDeviceTest, HostileAttributesAreRefusedAtOnce)
+{
+    namespace fs = std::filesystem;
+    const auto accel = [this](int n) {
+        tree_.AddDevice(n, "accel" + std::to_string(n));
+        tree_.Accel(n, 0, 0, 1);
+        return tree_.Attribute(n, "in_accel_scale");
+    };
+    ASSERT_EQ(mkfifo(accel(0).c_str(), 0644), 0);
+    fs::create_symlink("/dev/zero", accel(1));
+    fs::create_symlink(tree_.Attribute(2, "loop"), accel(2));
+    fs::create_symlink(tree_.Attribute(2, "in_accel_scale"), tree_.Attribute(2, "loop"));
+    fs::create_directory(accel(3));
+    accel(4);
+    tree_.Write(4, "in_accel_scale", std::string(100000, '7'));
+    int n = 5;
+    for (const char* garbage : {"nan", "inf", "1e999", "0x"}) {
+        tree_.AddDevice(n, garbage);
+        tree_.Write(n, "in_proximity_raw", "0");
+        tree_.Write(n, "in_proximity_nearlevel", garbage);
+        ++n;
+    }
+    tree_.AddDevice(20, "fine");
+    tree_.Write(20, "in_illuminance_input", "12");
+
+    const std::vector<IioDevice> devices = Scan();
+    ASSERT_THAT(devices, SizeIs(1));
+    EXPECT_EQ(devices[0].SensorTypeId(), SENSOR_TYPE_ID_AMBIENT_LIGHT);
+    ASSERT_THAT(problems_, SizeIs(9));
+    EXPECT_THAT(problems_[0], HasSubstr("device0/in_accel_scale: not a regular file"));
+    EXPECT_THAT(problems_[1], HasSubstr("device1/in_accel_scale: not a regular file"));
+    EXPECT_THAT(problems_[2], HasSubstr("device2/in_accel_scale: Too many levels of symbolic"));
+    EXPECT_THAT(problems_[3], HasSubstr("device3/in_accel_scale: not a regular file"));
+    EXPECT_THAT(problems_[4], HasSubstr("device4/in_accel_scale: longer than 4096 bytes"));
+    for (size_t i = 5; i < 9; ++i) {
+        EXPECT_THAT(problems_[i], HasSubstr("in_proximity_nearlevel holds no number"));
+    }
+}
+
+// As root, permission bits do not stop a read: there is nothing to check then.
+TEST_F(IioDeviceTest, AnUnreadableAttributeIsNamedWithItsReason)
+{
+    if (geteuid() == 0) {
+        GTEST_SKIP() << "running as root, which reads any file";
+    }
+    tree_.AddDevice(0, "locked");
+    tree_.Write(0, "in_illuminance_input", "12");
+    std::filesystem::permissions(tree_.Attribute(0, "in_illuminance_input"),
+                                 std::filesystem::perms::none);
+    const std::vector<IioDevice> devices = Scan();
+    ASSERT_THAT(devices, SizeIs(1));
+    std::vector<float> values;
+    std::string error;
+    EXPECT_FALSE(devices[0].Read(values, error));
+    EXPECT_THAT(error, HasSubstr("in_illuminance_input: Permission denied"));
 }
 
 }  // namespace
