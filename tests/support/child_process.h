@@ -21,6 +21,7 @@ namespace Tarvo::Test {
 
 struct ChildResult {
     int exitCode = -1;  // -1 when killed by a signal or timed out
+    int signal = 0;     // the signal that ended it (SIGKILL when it timed out)
     std::string out;
     std::string err;
 };
@@ -82,8 +83,12 @@ public:
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
         pid_ = -1;
-        if (status != -1 && WIFEXITED(status)) {
+        if (status == -1) {
+            result.signal = SIGKILL;
+        } else if (WIFEXITED(status)) {
             result.exitCode = WEXITSTATUS(status);
+        } else if (WIFSIGNALED(status)) {
+            result.signal = WTERMSIG(status);
         }
         result.out = Read(dir_ + "/out");
         result.err = Read(dir_ + "/err");

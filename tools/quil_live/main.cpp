@@ -1,8 +1,5 @@
 // quil-live: runs the Quil Motion plug-in on a Linux device's own sensors and
 // touchscreen and prints what it recognises, as quil-replay prints a trace.
-#include <pthread.h>
-#include <signal.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -21,6 +18,7 @@
 #include "plugin_loader.h"
 #include "replay_host_callback.h"
 #include "sensor_service_client.h"
+#include "stop_signals.h"
 #include "trace_recorder.h"
 
 namespace {
@@ -94,47 +92,12 @@ std::string SensorNames(const std::vector<int32_t>& sensors)
     return text.empty() ? "none" : text;
 }
 
-// Blocks until SIGINT or SIGTERM, or until `duration` seconds have passed (0: no limit).
-void WaitForStop(const sigset_t& stopSignals, double duration)
-{
-    if (duration <= 0) {
-        int signal = 0;
-        while (sigwait(&stopSignals, &signal) != 0) {
-        }
-        return;
-    }
-    timespec deadline{};
-    clock_gettime(CLOCK_MONOTONIC, &deadline);
-    const double whole = std::floor(duration);
-    deadline.tv_sec += static_cast<time_t>(whole);
-    deadline.tv_nsec += static_cast<long>((duration - whole) * 1e9);
-    if (deadline.tv_nsec >= 1000000000L) {
-        deadline.tv_sec += 1;
-        deadline.tv_nsec -= 1000000000L;
-    }
-    for (;;) {
-        timespec now{};
-        clock_gettime(CLOCK_MONOTONIC, &now);
-        if (now.tv_sec > deadline.tv_sec ||
-            (now.tv_sec == deadline.tv_sec && now.tv_nsec >= deadline.tv_nsec)) {
-            return;
-        }
-        timespec left{deadline.tv_sec - now.tv_sec, deadline.tv_nsec - now.tv_nsec};
-        if (left.tv_nsec < 0) {
-            left.tv_sec -= 1;
-            left.tv_nsec += 1000000000L;
-        }
-        if (sigtimedwait(&stopSignals, nullptr, &left) >= 0) {
-            return;  // asked to stop
-        }
-        // EAGAIN: time is up (checked above); EINTR: another signal, wait on.
-    }
-}
-
 }  // namespace
 
 int main(int argc, char** argv)
 {
+    // First: a stop asked for while the device is still being looked at ends the run.
+    Tarvo::Tools::StopSignals& stop = Tarvo::Tools::StopSignals::Install();
     // A pipe sees every report at once.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
 
@@ -152,14 +115,6 @@ int main(int argc, char** argv)
         std::printf("quil-live %s\n", QUIL_VERSION);
         return kExitOk;
     }
-
-    // Blocked before any thread exists, so every thread inherits the mask and only
-    // sigwait here sees the signals: the stop is an ordinary, orderly shutdown.
-    sigset_t stopSignals;
-    sigemptyset(&stopSignals);
-    sigaddset(&stopSignals, SIGINT);
-    sigaddset(&stopSignals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
 
     LinuxPlatform::SetLogLevel(options.logLevel);
     LinuxPlatform::SetLogDestination(options.syslog ? Tarvo::Linux::LogDestination::SYSLOG
@@ -235,6 +190,8 @@ int main(int argc, char** argv)
     });
     const auto stamp = [now]() { return std::optional<double>(now()); };
 
+    // From here on there is something to undo: a stop disables and destroys first.
+    stop.Arm();
     Tarvo::Quil::IMotionAlgo* algo = plugin.Create();
     if (algo == nullptr) {
         std::fprintf(stderr, "quil-live: the plug-in could not create its service\n");
@@ -249,7 +206,7 @@ int main(int argc, char** argv)
         writer.HostCall("enable", type, algo->Enable(type), stamp());
     }
 
-    WaitForStop(stopSignals, options.duration);
+    stop.Wait(options.duration);
 
     for (int32_t type : types) {
         const int result = algo->Disable(type);

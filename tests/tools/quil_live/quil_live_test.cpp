@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 
 #include <chrono>
 #include <thread>
@@ -111,6 +112,36 @@ TEST_F(QuilLiveTest, AVanishingSensorIsReportedAndTheRunGoesOn)
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(LinesStartingWith(run.err, "E D002211/LinuxPlatform").size(), 1u) << run.err;
     EXPECT_THAT(run.err, HasSubstr("accelerometer iio:device0 (accel) stopped delivering"));
+}
+
+// A FIFO where an attribute should be neither holds up the start nor the stop: the
+// device is reported and passed over, the run keeps its time.
+TEST_F(QuilLiveTest, AFifoInTheTreeIsPassedOverAndTheRunKeepsItsTime)
+{
+    AddAccel(1);
+    tree_.AddDevice(0, "fifo");
+    tree_.Accel(0, 0, 0, 1);
+    ASSERT_EQ(mkfifo(tree_.Attribute(0, "in_accel_scale").c_str(), 0644), 0);
+    const Tarvo::Test::ChildResult run =
+        ChildProcess::Run(Live({"--enable", "3", "--duration", "0.3"}), 10000);
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("iio:device0/in_accel_scale: not a regular file"));
+    EXPECT_THAT(run.out, HasSubstr("disable 3 -> 0"));
+}
+
+// Asked to stop before it has started anything, it ends at once, by the signal.
+TEST_F(QuilLiveTest, AStopDuringTheStartEndsItAtOnce)
+{
+    AddAccel(0);
+    for (int signal : {SIGTERM, SIGINT}) {
+        ChildProcess child;
+        ASSERT_TRUE(child.Start(Live({"--enable", "3"})));
+        child.Signal(signal);
+        const Tarvo::Test::ChildResult run = child.Wait(10000);
+        EXPECT_TRUE(run.signal == signal || run.exitCode == 0)
+            << "exit " << run.exitCode << ", signal " << run.signal << "\n"
+            << run.err;
+    }
 }
 
 // The device is flipped face down while quil-live records; the recording, replayed,
