@@ -124,9 +124,9 @@ TEST(TraceParserTest, StampsStartAfreshInEveryFileAndOutOfRangeFloatsSaturate)
     EXPECT_LT(records[2].floats[1], 0.0F);
     EXPECT_EQ(records[2].floats[2], 0.0F);
     EXPECT_FALSE(TraceParser::ParseFile("/no/such/file.trace", records, error));
-    EXPECT_EQ(error, "/no/such/file.trace: cannot be read");
+    EXPECT_EQ(error, "/no/such/file.trace: cannot be read: No such file or directory");
     EXPECT_FALSE(TraceParser::ParseFile("/", records, error));  // a directory
-    EXPECT_EQ(error, "/: cannot be read");
+    EXPECT_EQ(error, "/: cannot be read: is a directory");
 }
 
 TEST(TraceParserTest, NumbersReadExactlyAsStrtofReadsThem)
@@ -202,12 +202,12 @@ TEST(TraceParserTest, CheckingOnlyFindsWhatReadingFinds)
 
 TEST(TraceParserTest, ReadingRecordByRecordGivesWhatParsingTheWholeTextGives)
 {
-    // Read in blocks: lines straddle them, and one line is longer than a block.
+    // Read in blocks: lines straddle them, one of them almost as long as a line may be.
     std::string text = "# two files' worth\n@0 enable 3\n\n";
     for (int i = 0; i < 5000; ++i) {
         text += "acc 0.5 " + std::to_string(i) + " 9.8\n";
     }
-    text += "# " + std::string(150000, 'x') +
+    text += "# " + std::string(65000, 'x') +
             "\n@1000000000000 acc 1 2 3\r\nsensor 7 1\n"
             "touch down 0 1 2 0,1\nidle";
     std::vector<TraceRecord> whole;
@@ -240,6 +240,19 @@ TEST(TraceParserTest, ReadingRecordByRecordGivesWhatParsingTheWholeTextGives)
     EXPECT_TRUE(broken.Next(record, error));
     EXPECT_FALSE(broken.Next(record, error));
     EXPECT_EQ(error, "b.trace:2: acc needs 3 numbers, got 2");
+    std::fclose(file);
+
+    // A line past the bound, whichever way it is read; the reader's buffer stays bounded.
+    const std::string endless = "idle\n" + std::string(70000, '7') + "\nidle\n";
+    EXPECT_FALSE(TraceParser::ParseText("long.trace", endless, whole, error));
+    EXPECT_EQ(error, "long.trace:2: line too long (more than 65536 bytes)");
+    file = std::tmpfile();
+    std::fputs(endless.c_str(), file);
+    std::rewind(file);
+    TraceParser longLine("long.trace", file);
+    EXPECT_TRUE(longLine.Next(record, error));
+    EXPECT_FALSE(longLine.Next(record, error));
+    EXPECT_EQ(error, "long.trace:2: line too long (more than 65536 bytes)");
     std::fclose(file);
 }
 

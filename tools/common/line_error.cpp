@@ -20,4 +20,17 @@ std::string LineError(const std::string& file, int line, const std::string& prob
     return out;
 }
 
+std::string Shorten(std::string_view text)
+{
+    if (text.size() <= kQuotedBytes) {
+        return std::string(text);
+    }
+    return std::string(text.substr(0, kQuotedBytes)) + "...";
+}
+
+std::string Quote(std::string_view text)
+{
+    return "'" + Shorten(text) + "'";
+}
+
 }  // namespace Tarvo::Tools

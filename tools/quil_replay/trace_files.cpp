@@ -8,68 +8,20 @@
 #include "line_error.h"
 
 namespace Tarvo::Replay {
-namespace {
-constexpr char kStdin[] = "-";
-}  // namespace
 
 TraceFiles::TraceFiles(std::vector<std::string> paths, long splitBytes)
     : paths_(std::move(paths)), splitBytes_(splitBytes)
 {
 }
 
-TraceFiles::~TraceFiles()
-{
-    Close(current_);
-    if (stdinCopy_ != nullptr) {
-        std::fclose(stdinCopy_);
-    }
-}
-
-std::FILE* TraceFiles::Open(const std::string& path)
-{
-    if (path != kStdin) {
-        return std::fopen(path.c_str(), "rb");
-    }
-    if (stdinCopy_ == nullptr) {
-        stdinCopy_ = std::tmpfile();
-        if (stdinCopy_ == nullptr) {
-            return nullptr;
-        }
-        char buffer[65536];
-        size_t got = 0;
-        while ((got = std::fread(buffer, 1, sizeof(buffer), stdin)) > 0) {
-            if (std::fwrite(buffer, 1, got, stdinCopy_) != got) {
-                break;
-            }
-        }
-        if (std::ferror(stdin) != 0 || std::ferror(stdinCopy_) != 0) {
-            std::fclose(stdinCopy_);
-            stdinCopy_ = nullptr;
-            return nullptr;
-        }
-    }
-    std::rewind(stdinCopy_);
-    return stdinCopy_;
-}
-
-void TraceFiles::Close(std::FILE* file)
-{
-    if (file != nullptr && file != stdinCopy_) {
-        std::fclose(file);
-    }
-}
+TraceFiles::~TraceFiles() = default;
 
 bool TraceFiles::Check(std::string& error)
 {
+    inputs_.clear();
     for (const std::string& path : paths_) {
-        std::FILE* file = Open(path);
-        if (file == nullptr) {
-            error = path + ": cannot be read";
-            return false;
-        }
-        const bool ok = CheckFile(path, file, error);
-        Close(file);
-        if (!ok) {
+        inputs_.push_back(std::make_unique<Tools::InputFile>());
+        if (!inputs_.back()->Open(path, error) || !CheckFile(path, inputs_.back()->File(), error)) {
             return false;
         }
     }
@@ -79,7 +31,7 @@ bool TraceFiles::Check(std::string& error)
 long TraceFiles::SplitOffset(const std::string& path) const
 {
     struct stat info {};
-    if (path == kStdin || stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode) ||
+    if (path == "-" || stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode) ||
         info.st_size < splitBytes_) {
         return -1;
     }
@@ -164,18 +116,14 @@ bool TraceFiles::CheckFile(const std::string& path, std::FILE* file, std::string
 bool TraceFiles::OpenNext(std::string& error)
 {
     parser_.reset();
-    Close(current_);
-    current_ = nullptr;
-    if (next_ == paths_.size()) {
+    if (next_ == inputs_.size()) {
         return false;
     }
-    const std::string& path = paths_[next_++];
-    current_ = Open(path);
-    if (current_ == nullptr) {
-        error = path + ": cannot be read";
+    Tools::InputFile& input = *inputs_[next_++];
+    if (!input.Rewind(error)) {
         return false;
     }
-    parser_ = std::make_unique<TraceParser>(path, current_);
+    parser_ = std::make_unique<TraceParser>(input.Name(), input.File());
     return true;
 }
 

@@ -1,7 +1,7 @@
 // The trace files of one run, read twice: once to check every line before anything
 // runs, then record by record while playing, so memory does not grow with the trace.
-// Standard input, which cannot be read twice, is kept in a temporary file. A long file
-// is checked as two halves at once.
+// Each is opened once (a stream that cannot be read twice is copied as it is checked).
+// A long regular file is checked as two halves at once.
 #pragma once
 
 #include <cstdio>
@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "input_file.h"
 #include "trace_parser.h"
 #include "trace_record.h"
 
@@ -30,8 +31,6 @@ public:
     bool Next(TraceRecord& record, std::string& error) override;
 
 private:
-    std::FILE* Open(const std::string& path);
-    void Close(std::FILE* file);
     bool OpenNext(std::string& error);
     bool CheckFile(const std::string& path, std::FILE* file, std::string& error);
     // Where the second half of `path` starts (just after a newline); -1 for no split.
@@ -39,9 +38,8 @@ private:
 
     std::vector<std::string> paths_;
     long splitBytes_;
-    std::FILE* stdinCopy_ = nullptr;
+    std::vector<std::unique_ptr<Tools::InputFile>> inputs_;  // opened by Check
     size_t next_ = 0;  // index of the file after the one being read
-    std::FILE* current_ = nullptr;
     std::unique_ptr<TraceParser> parser_;
 };
 

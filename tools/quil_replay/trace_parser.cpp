@@ -11,6 +11,7 @@
 #include <map>
 #include <string_view>
 
+#include "input_file.h"
 #include "line_error.h"
 
 namespace Tarvo::Replay {
@@ -77,7 +78,7 @@ bool LineParser::Int(std::string_view token, int32_t& out, std::string& problem)
     const size_t digits = (token[0] == '+' || token[0] == '-') ? 1 : 0;
     if (digits == token.size() || !std::all_of(token.begin() + digits, token.end(),
                                                [](char c) { return c >= '0' && c <= '9'; })) {
-        return Fail(problem, "'" + std::string(token) + "' is not an integer");
+        return Fail(problem, Tools::Quote(token) + " is not an integer");
     }
     // from_chars takes a minus but no plus.
     const char* const begin = token.data() + (token[0] == '+' ? 1 : 0);
@@ -85,7 +86,7 @@ bool LineParser::Int(std::string_view token, int32_t& out, std::string& problem)
     const auto [ptr, ec] = std::from_chars(begin, token.data() + token.size(), value);
     (void)ptr;
     if (ec != std::errc{} || value < INT32_MIN || value > INT32_MAX) {
-        return Fail(problem, "'" + std::string(token) + "' does not fit in 32 bits");
+        return Fail(problem, Tools::Quote(token) + " does not fit in 32 bits");
     }
     out = static_cast<int32_t>(value);
     return true;
@@ -135,7 +136,7 @@ bool LineParser::Float(std::string_view token, float& out, std::string& problem)
     char* end = nullptr;
     out = std::strtof(text.c_str(), &end);
     if (end == text.c_str() || *end != '\0') {
-        return Fail(problem, "'" + text + "' is not a number");
+        return Fail(problem, Tools::Quote(text) + " is not a number");
     }
     return true;
 }
@@ -153,8 +154,7 @@ bool LineParser::IdList(std::string_view token, std::vector<int32_t>& out, std::
             token.substr(start, comma == std::string::npos ? std::string::npos : comma - start);
         int32_t id = 0;
         if (item.empty() || !Int(item, id, problem)) {
-            return Fail(problem,
-                        "'" + std::string(token) + "' is not a list of ids (like 0,1,2 or -)");
+            return Fail(problem, Tools::Quote(token) + " is not a list of ids (like 0,1,2 or -)");
         }
         out.push_back(id);
         if (comma == std::string::npos) {
@@ -174,8 +174,8 @@ bool LineParser::Action(std::string_view token, int32_t& out, std::string& probl
         return true;
     }
     if (!Int(token, out, problem)) {
-        return Fail(problem, "'" + std::string(token) +
-                                 "' is not a pointer action (down, move, up or a number)");
+        return Fail(problem,
+                    Tools::Quote(token) + " is not a pointer action (down, move, up or a number)");
     }
     return true;
 }
@@ -273,8 +273,8 @@ bool LineParser::Fault(std::string& problem)
     }
     auto call = Host::SensorCallFromName(std::string(Arg(1)));
     if (!call.has_value()) {
-        return Fail(problem, "unknown sensor service call '" + std::string(Arg(1)) +
-                                 "' (GetAllSensors, SubscribeSensor, SetBatch, ActivateSensor, "
+        return Fail(problem, "unknown sensor service call " + Tools::Quote(Arg(1)) +
+                                 " (GetAllSensors, SubscribeSensor, SetBatch, ActivateSensor, "
                                  "DeactivateSensor, UnsubscribeSensor)");
     }
     record_.call = *call;
@@ -327,7 +327,7 @@ bool LineParser::Parse(std::string& problem)
             return (this->*entry.handler)(problem);
         }
     }
-    return Fail(problem, "unknown record '" + Keyword() + "'");
+    return Fail(problem, "unknown record " + Tools::Quote(Keyword()));
 }
 
 enum class LineResult { RECORD, BLANK, ERROR };
@@ -412,11 +412,10 @@ LineResult ParseLine(const std::string& name, int number, bool checkOnly, std::s
     if (tokens[0][0] == '@') {
         double stamp = 0.0;
         if (!ParseStamp(tokens[0], stamp)) {
-            return fail("'" + std::string(tokens[0]) +
-                        "' is not a time stamp (@ and milliseconds)");
+            return fail(Tools::Quote(tokens[0]) + " is not a time stamp (@ and milliseconds)");
         }
         if (stamp > TraceParser::kMaxStampMs) {
-            return fail("time stamp " + std::string(tokens[0].substr(1)) +
+            return fail("time stamp " + Tools::Shorten(tokens[0].substr(1)) +
                         " is too large (at most 1000000000000 ms)");
         }
         if (lastStamp.has_value() && stamp < *lastStamp) {
@@ -440,7 +439,7 @@ LineResult ParseLine(const std::string& name, int number, bool checkOnly, std::s
 
 std::string TraceParser::EarlierStamp(std::string_view text)
 {
-    return "time stamp " + std::string(text) + " is earlier than the one before";
+    return "time stamp " + Tools::Shorten(text) + " is earlier than the one before";
 }
 
 bool TraceParser::ParseText(const std::string& name, const std::string& text,
@@ -451,6 +450,10 @@ bool TraceParser::ParseText(const std::string& name, const std::string& text,
     size_t start = 0;
     for (int number = 1; start < text.size(); ++number) {
         const size_t end = std::min(text.find('\n', start), text.size());
+        if (end - start > Tools::LineReader::kMaxLineBytes) {
+            error = Tools::LineError(name, number, Tools::LineTooLong());
+            return false;
+        }
         TraceRecord record;
         const std::string_view line = std::string_view(text).substr(start, end - start);
         switch (ParseLine(name, number, false, line, lastStamp, record, tokens, error)) {
@@ -470,89 +473,37 @@ bool TraceParser::ParseText(const std::string& name, const std::string& text,
 bool TraceParser::ParseFile(const std::string& path, std::vector<TraceRecord>& records,
                             std::string& error)
 {
-    std::FILE* file = path == "-" ? stdin : std::fopen(path.c_str(), "rb");
-    if (file == nullptr) {
-        error = path + ": cannot be read";
+    Tools::InputFile input;
+    if (!input.Open(path, error)) {
         return false;
     }
-    TraceParser parser(path, file);
+    TraceParser parser(path, input.File());
     TraceRecord record;
     while (parser.Next(record, error)) {
         records.push_back(record);
-    }
-    if (file != stdin) {
-        std::fclose(file);
     }
     return error.empty();
 }
 
 TraceParser::TraceParser(std::string name, std::FILE* file, long byteLimit)
-    : name_(std::move(name)), file_(file), byteLimit_(byteLimit)
+    : name_(name), reader_(std::move(name), file, byteLimit)
 {
 }
 
 TraceParser::~TraceParser() = default;
 
-bool TraceParser::ReadLine(std::string_view& line, std::string& error)
-{
-    constexpr size_t kBlock = 64 * 1024;
-    if (byteLimit_ >= 0 && consumed_ >= byteLimit_) {
-        return false;
-    }
-    size_t scanned = begin_;  // no newline before here
-    for (;;) {
-        const void* newline =
-            end_ > scanned ? std::memchr(buffer_.data() + scanned, '\n', end_ - scanned) : nullptr;
-        if (newline != nullptr || (atEnd_ && end_ > begin_)) {
-            const size_t stop =
-                newline != nullptr
-                    ? static_cast<size_t>(static_cast<const char*>(newline) - buffer_.data())
-                    : end_;
-            line = std::string_view(buffer_.data() + begin_, stop - begin_);
-            const size_t next = newline != nullptr ? stop + 1 : stop;
-            consumed_ += static_cast<long>(next - begin_);
-            begin_ = next;
-            return true;
-        }
-        if (atEnd_) {
-            return false;
-        }
-        // Keep the partial line at the front, with a block of room after it.
-        scanned = end_ - begin_;
-        if (scanned > 0) {
-            std::memmove(buffer_.data(), buffer_.data() + begin_, scanned);
-        }
-        end_ = scanned;
-        begin_ = 0;
-        if (buffer_.size() < end_ + kBlock) {
-            buffer_.resize(end_ + kBlock);
-        }
-        const size_t got = std::fread(buffer_.data() + end_, 1, buffer_.size() - end_, file_);
-        end_ += got;
-        if (got == 0) {
-            // stdio rather than streams: reading a directory or a failing device is an
-            // error to report, not an exception.
-            if (std::ferror(file_) != 0) {
-                error = name_ + ": cannot be read";
-                return false;
-            }
-            atEnd_ = true;
-        }
-    }
-}
-
 bool TraceParser::Next(TraceRecord& record, std::string& error)
 {
     error.clear();
     std::string_view text;
-    while (ReadLine(text, error)) {
-        ++line_;
+    while (reader_.Next(text, error)) {
+        const int line = reader_.Line();
         const bool stamped = lastStamp_.has_value();
         const LineResult result =
-            ParseLine(name_, line_, checkOnly_, text, lastStamp_, record, tokens_, error);
+            ParseLine(name_, line, checkOnly_, text, lastStamp_, record, tokens_, error);
         if (!stamped && lastStamp_.has_value()) {
             // The stamp is the line's first word; it counts even if the rest fails.
-            firstStamp_ = StampAt{line_, *lastStamp_, std::string(tokens_[0].substr(1))};
+            firstStamp_ = StampAt{line, *lastStamp_, std::string(tokens_[0].substr(1))};
         }
         switch (result) {
             case LineResult::ERROR:

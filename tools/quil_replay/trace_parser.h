@@ -10,14 +10,15 @@
 #include <string_view>
 #include <vector>
 
+#include "line_reader.h"
+#include "trace_format.h"
 #include "trace_record.h"
 
 namespace Tarvo::Replay {
 
 class TraceParser {
 public:
-    // Larger stamps could not be turned into nanoseconds or a pacing delay.
-    static constexpr double kMaxStampMs = 1e12;
+    static constexpr double kMaxStampMs = Tools::kMaxStampMs;
 
     // Parses `text` (named `name` in messages) and appends its records. On error
     // returns false with `error` set; `records` then holds what came before.
@@ -53,30 +54,18 @@ public:
     void CheckOnly() { checkOnly_ = true; }
 
     // Lines read so far.
-    int Lines() const { return line_; }
+    int Lines() const { return reader_.Line(); }
     // The first time stamp read (even on a line that then failed) and the last.
     const std::optional<StampAt>& FirstStamp() const { return firstStamp_; }
     const std::optional<double>& LastStamp() const { return lastStamp_; }
 
 private:
     std::string name_;
-    std::FILE* file_;
-    long byteLimit_;
     bool checkOnly_ = false;
-    long consumed_ = 0;
-    int line_ = 0;
     std::optional<double> lastStamp_;
     std::optional<StampAt> firstStamp_;
-    // Reads the next raw line (newline removed) into `line`; false at the end of the
-    // input or the byte limit, with `error` set if reading failed.
-    bool ReadLine(std::string_view& line, std::string& error);
-
-    // Read in blocks: a line is a view into the block, found with one memchr.
-    std::vector<char> buffer_;
-    size_t begin_ = 0;  // the unread part of buffer_ is [begin_, end_)
-    size_t end_ = 0;
-    bool atEnd_ = false;
-    std::vector<std::string_view> tokens_;  // the current line's words, in buffer_
+    Tools::LineReader reader_;
+    std::vector<std::string_view> tokens_;  // the current line's words, in the reader's block
 };
 
 }  // namespace Tarvo::Replay
