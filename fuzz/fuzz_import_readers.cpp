@@ -1,7 +1,7 @@
 // Any text as a CSV log, an evemu recording and a getevent dump: each reader accepts it
 // or names the problem, never crashes.
 #include <cstdint>
-#include <sstream>
+#include <cstdio>
 #include <string>
 
 #include "csv_reader.h"
@@ -12,13 +12,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     using namespace Tarvo::Import;
     const std::string text(reinterpret_cast<const char*>(data), size);
+    std::string buffer = text;
+    // Each reader gets the text as a file of its own, as it would from a recording.
+    auto read = [&buffer](const auto& reader) {
+        std::FILE* file = fmemopen(buffer.data(), buffer.size(), "r");
+        Tarvo::Tools::LineReader lines("fuzz", file);
+        const bool ok = reader(lines);
+        std::fclose(file);
+        return ok;
+    };
     std::string error;
     {
-        std::istringstream in(text);
         CsvReader::Counts counts;
-        if (!CsvReader::Read(
-                in, "fuzz", {}, [](const CsvReader::Layout&) {}, [](const SensorSample&) {}, counts,
-                error) &&
+        if (!read([&](Tarvo::Tools::LineReader& lines) {
+                return CsvReader::Read(
+                    lines, {}, [](const CsvReader::Layout&) {}, [](const SensorSample&) {}, counts,
+                    error);
+            }) &&
             error.empty()) {
             __builtin_trap();  // a rejection must say why
         }
@@ -26,13 +36,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     auto axis = [](const std::string&, uint16_t, int32_t, int32_t) {};
     auto event = [](const std::string&, const RawEvent&) {};
     error.clear();
-    std::istringstream evemu(text);
-    if (!EvemuReader::Read(evemu, "fuzz", axis, event, error) && error.empty()) {
+    if (!read([&](Tarvo::Tools::LineReader& lines) {
+            return EvemuReader::Read(lines, axis, event, error);
+        }) &&
+        error.empty()) {
         __builtin_trap();
     }
     error.clear();
-    std::istringstream getevent(text);
-    if (!GeteventReader::Read(getevent, "fuzz", axis, event, error) && error.empty()) {
+    if (!read([&](Tarvo::Tools::LineReader& lines) {
+            return GeteventReader::Read(lines, axis, event, error);
+        }) &&
+        error.empty()) {
         __builtin_trap();
     }
     return 0;

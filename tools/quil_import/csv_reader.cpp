@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "line_error.h"
+#include "trace_format.h"
 
 namespace Tarvo::Import {
 namespace {
@@ -300,10 +301,10 @@ const char* AccUnitName(AccUnit unit)
     return unit == AccUnit::G ? "g" : "m/s^2";
 }
 
-bool CsvReader::Read(std::istream& in, const std::string& name, const Options& options,
-                     const LayoutSink& onLayout, const SampleSink& onSample, Counts& counts,
-                     std::string& error)
+bool CsvReader::Read(Tools::LineReader& lines, const Options& options, const LayoutSink& onLayout,
+                     const SampleSink& onSample, Counts& counts, std::string& error)
 {
+    const std::string& name = lines.Name();
     Layout layout;
     std::optional<TimeUnit> headerTime;
     std::optional<AccUnit> headerAcc;
@@ -311,7 +312,7 @@ bool CsvReader::Read(std::istream& in, const std::string& name, const Options& o
     bool haveDelimiter = false;
     bool decided = false;
     int lineNumber = 0;
-    std::string text;
+    std::string_view line;
 
     double firstTime = 0.0;
     double lastTime = 0.0;
@@ -324,8 +325,8 @@ bool CsvReader::Read(std::istream& in, const std::string& name, const Options& o
     };
     auto number = [&](const Row& row, int column, const char* what, double& value) {
         if (!ParseNumber(row.cells[static_cast<size_t>(column)], value)) {
-            return fail(row.line, std::string(what) + " is not a number: '" +
-                                      row.cells[static_cast<size_t>(column)] + "'");
+            return fail(row.line, std::string(what) + " is not a number: " +
+                                      Tools::Quote(row.cells[static_cast<size_t>(column)]));
         }
         return true;
     };
@@ -373,6 +374,11 @@ bool CsvReader::Read(std::istream& in, const std::string& name, const Options& o
         }
         lastTime = t;
         sample.timeMs = (t - firstTime) * MsPerUnit(layout.timeUnit);
+        if (sample.timeMs > Tools::kMaxStampMs) {
+            return fail(row.line,
+                        "time lies more than 1000000000000 ms after the first "
+                        "row's, past what a trace can hold");
+        }
         sample.x = ToFloat(v[0]) * scale;
         sample.y = ToFloat(v[1]) * scale;
         sample.z = ToFloat(v[2]) * scale;
@@ -437,8 +443,9 @@ bool CsvReader::Read(std::istream& in, const std::string& name, const Options& o
         return true;
     };
 
-    while (std::getline(in, text)) {
-        ++lineNumber;
+    while (lines.Next(line, error)) {
+        lineNumber = lines.Line();
+        std::string text(line);
         if (!text.empty() && text.back() == '\r') {
             text.pop_back();
         }
@@ -483,8 +490,7 @@ bool CsvReader::Read(std::istream& in, const std::string& name, const Options& o
             }
         }
     }
-    if (in.bad()) {
-        error = name + ": read error";
+    if (!error.empty()) {
         return false;
     }
     if (!decided && !decide()) {

@@ -5,9 +5,10 @@
 #pragma once
 
 #include <functional>
-#include <istream>
 #include <optional>
 #include <string>
+
+#include "line_reader.h"
 
 #include "sensor_resampler.h"
 
@@ -43,11 +44,11 @@ public:
     using LayoutSink = std::function<void(const Layout&)>;
     using SampleSink = std::function<void(const SensorSample&)>;
 
-    // Samples carry milliseconds from the first row and m/s². `name` is used in
-    // errors ("NAME:LINE: problem"). `onLayout` runs once, before the first sample.
-    static bool Read(std::istream& in, const std::string& name, const Options& options,
-                     const LayoutSink& onLayout, const SampleSink& onSample, Counts& counts,
-                     std::string& error);
+    // Samples carry milliseconds from the first row and m/s². Errors read
+    // "NAME:LINE: problem", with the name of `lines`. `onLayout` runs once, before the first
+    // sample.
+    static bool Read(Tools::LineReader& lines, const Options& options, const LayoutSink& onLayout,
+                     const SampleSink& onSample, Counts& counts, std::string& error);
 };
 
 }  // namespace Tarvo::Import

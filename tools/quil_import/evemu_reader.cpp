@@ -64,9 +64,11 @@ bool EvemuReader::Looks(const std::string& firstLines)
            firstLines.find("\nN: ") != std::string::npos;
 }
 
-bool EvemuReader::Read(std::istream& in, const std::string& name, const AxisSink& onAxis,
-                       const EventSink& onEvent, std::string& error)
+bool EvemuReader::Read(Tools::LineReader& lines, const AxisSink& onAxis, const EventSink& onEvent,
+                       std::string& error)
 {
+    const std::string& name = lines.Name();
+    std::string_view view;
     std::string line;
     int number = 0;
     // The comment block: "#   Event type 3 (EV_ABS)", "#     Event code 53 (...)",
@@ -79,8 +81,9 @@ bool EvemuReader::Read(std::istream& in, const std::string& name, const AxisSink
         error = Tools::LineError(name, number, problem);
         return false;
     };
-    while (std::getline(in, line)) {
-        ++number;
+    while (lines.Next(view, error)) {
+        number = lines.Line();
+        line.assign(view.data(), view.size());
         if (!line.empty() && line.back() == '\r') {
             line.pop_back();
         }
@@ -113,7 +116,7 @@ bool EvemuReader::Read(std::istream& in, const std::string& name, const AxisSink
             continue;
         }
         if (line.size() < 2 || line[1] != ':') {
-            return fail("not an evemu line: '" + line + "'");
+            return fail("not an evemu line: " + Tools::Quote(line));
         }
         std::istringstream words(StripComment(line.substr(2)));
         std::vector<std::string> fields;
@@ -136,7 +139,7 @@ bool EvemuReader::Read(std::istream& in, const std::string& name, const AxisSink
                     !ParseInt(fields[1], 10, min) || !ParseInt(fields[2], 10, max) || code < 0 ||
                     code > 0xff || min < std::numeric_limits<int32_t>::min() ||
                     max > std::numeric_limits<int32_t>::max()) {
-                    return fail("axis line needs CODE MIN MAX: '" + line + "'");
+                    return fail("axis line needs CODE MIN MAX: " + Tools::Quote(line));
                 }
                 onAxis("", static_cast<uint16_t>(code), static_cast<int32_t>(min),
                        static_cast<int32_t>(max));
@@ -152,16 +155,17 @@ bool EvemuReader::Read(std::istream& in, const std::string& name, const AxisSink
                                 std::to_string(fields.size()) + " fields");
                 }
                 if (!ParseEventTime(fields[0], event.timeUs)) {
-                    return fail("bad time '" + fields[0] + "'");
+                    return fail("bad time " + Tools::Quote(fields[0]));
                 }
                 if (!ParseInt(fields[1], 16, type) || !ParseInt(fields[2], 16, code) || type < 0 ||
                     type > 0xffff || code < 0 || code > 0xffff) {
-                    return fail("bad event type or code '" + fields[1] + " " + fields[2] + "'");
+                    return fail("bad event type or code " +
+                                Tools::Quote(fields[1] + " " + fields[2]));
                 }
                 if (!ParseInt(fields[3], 10, value) ||
                     value < std::numeric_limits<int32_t>::min() ||
                     value > std::numeric_limits<int32_t>::max()) {
-                    return fail("bad event value '" + fields[3] + "'");
+                    return fail("bad event value " + Tools::Quote(fields[3]));
                 }
                 event.type = static_cast<uint16_t>(type);
                 event.code = static_cast<uint16_t>(code);
@@ -171,11 +175,10 @@ bool EvemuReader::Read(std::istream& in, const std::string& name, const AxisSink
                 break;
             }
             default:
-                return fail("not an evemu line: '" + line + "'");
+                return fail("not an evemu line: " + Tools::Quote(line));
         }
     }
-    if (in.bad()) {
-        error = name + ": read error";
+    if (!error.empty()) {
         return false;
     }
     return true;

@@ -3,8 +3,9 @@
 // "E: SEC.USEC TYPE CODE VALUE" with type and code in hex.
 #pragma once
 
-#include <istream>
 #include <string>
+
+#include "line_reader.h"
 
 #include "raw_event.h"
 
@@ -14,8 +15,8 @@ class EvemuReader {
 public:
     // Calls `onAxis` for every axis the file describes and `onEvent` for every event.
     // False with "NAME:LINE: problem" in `error` on a line it cannot read.
-    static bool Read(std::istream& in, const std::string& name, const AxisSink& onAxis,
-                     const EventSink& onEvent, std::string& error);
+    static bool Read(Tools::LineReader& lines, const AxisSink& onAxis, const EventSink& onEvent,
+                     std::string& error);
     // True when the first lines look like evemu output.
     static bool Looks(const std::string& firstLines);
 };

@@ -103,9 +103,11 @@ bool GeteventReader::Looks(const std::string& firstLines)
            firstLines.rfind("/dev/input/", 0) == 0 || firstLines.rfind("could not", 0) == 0;
 }
 
-bool GeteventReader::Read(std::istream& in, const std::string& name, const AxisSink& onAxis,
+bool GeteventReader::Read(Tools::LineReader& lines, const AxisSink& onAxis,
                           const EventSink& onEvent, std::string& error)
 {
+    const std::string& name = lines.Name();
+    std::string_view view;
     std::string line;
     int number = 0;
     std::string blockDevice;  // of the "add device" block being read
@@ -114,8 +116,9 @@ bool GeteventReader::Read(std::istream& in, const std::string& name, const AxisS
         error = Tools::LineError(name, number, problem);
         return false;
     };
-    while (std::getline(in, line)) {
-        ++number;
+    while (lines.Next(view, error)) {
+        number = lines.Line();
+        line.assign(view.data(), view.size());
         if (!line.empty() && line.back() == '\r') {
             line.pop_back();
         }
@@ -153,7 +156,7 @@ bool GeteventReader::Read(std::istream& in, const std::string& name, const AxisS
             if (line.rfind("/dev/input/", 0) == 0) {
                 return fail("event without a time stamp (record with getevent -t or -lt)");
             }
-            return fail("not a getevent line: '" + line + "'");
+            return fail("not a getevent line: " + Tools::Quote(line));
         }
         const size_t close = line.find(']');
         if (close == std::string::npos) {
@@ -163,7 +166,7 @@ bool GeteventReader::Read(std::istream& in, const std::string& name, const AxisS
         event.line = number;
         const std::vector<std::string> stamp = Words(line.substr(1, close - 1));
         if (stamp.size() != 1 || !ParseEventTime(stamp[0], event.timeUs)) {
-            return fail("bad time stamp '" + line.substr(0, close + 1) + "'");
+            return fail("bad time stamp " + Tools::Quote(line.substr(0, close + 1)));
         }
         words = Words(line.substr(close + 1));
         std::string device;
@@ -182,7 +185,7 @@ bool GeteventReader::Read(std::istream& in, const std::string& name, const AxisS
         }
         if (!ValueOf(words[2], event.value)) {
             if (type == kEvAbs || type == 0) {
-                return fail("bad value '" + words[2] + "'");
+                return fail("bad value " + Tools::Quote(words[2]));
             }
             continue;
         }
@@ -190,8 +193,7 @@ bool GeteventReader::Read(std::istream& in, const std::string& name, const AxisS
         event.code = static_cast<uint16_t>(code);
         onEvent(device, event);
     }
-    if (in.bad()) {
-        error = name + ": read error";
+    if (!error.empty()) {
         return false;
     }
     return true;

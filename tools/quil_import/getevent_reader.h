@@ -3,8 +3,9 @@
 // first ("add device N: PATH", then the ABS axes with their ranges).
 #pragma once
 
-#include <istream>
 #include <string>
+
+#include "line_reader.h"
 
 #include "raw_event.h"
 
@@ -15,8 +16,8 @@ public:
     // Calls `onAxis` for every ABS axis of a description block (with that block's device)
     // and `onEvent` for every event. Events whose type or code name is unknown are
     // skipped. False with "NAME:LINE: problem" in `error` on a line it cannot read.
-    static bool Read(std::istream& in, const std::string& name, const AxisSink& onAxis,
-                     const EventSink& onEvent, std::string& error);
+    static bool Read(Tools::LineReader& lines, const AxisSink& onAxis, const EventSink& onEvent,
+                     std::string& error);
     // True when the first lines look like getevent output.
     static bool Looks(const std::string& firstLines);
 };

@@ -1,15 +1,17 @@
 #include "importer.h"
 
 #include <algorithm>
-#include <fstream>
+#include <memory>
 #include <set>
 #include <vector>
 
 #include "csv_reader.h"
 #include "evemu_reader.h"
 #include "getevent_reader.h"
+#include "line_error.h"
 #include "multi_touch_decoder.h"
 #include "sensor_resampler.h"
+#include "trace_format.h"
 
 namespace Tarvo::Import {
 namespace {
@@ -31,16 +33,6 @@ constexpr uint16_t kAbsMtPositionY = 0x36;
 // swipes right, left, bottom, pinch, three-finger slide).
 const std::vector<int32_t> kSensorTypes = {0, 2, 3, 4, 6, 7};
 const std::vector<int32_t> kGestureTypes = {9, 10, 11, 12, 13};
-
-std::string FirstBytes(const std::string& path, bool& readable)
-{
-    std::ifstream in(path, std::ios::binary);
-    readable = static_cast<bool>(in);
-    std::string text(kDetectBytes, '\0');
-    in.read(&text[0], static_cast<std::streamsize>(text.size()));
-    text.resize(static_cast<size_t>(in.gcount()));
-    return text;
-}
 
 bool IsTouchAxis(uint16_t code)
 {
@@ -74,15 +66,18 @@ void Importer::Warn(const std::string& text)
 
 bool Importer::Run(std::string& error)
 {
+    // Each file is opened once: a pipe is copied as it is read, so that its format can
+    // be told from its first bytes and it can then be read from the start, twice.
+    std::vector<std::unique_ptr<Tools::InputFile>> inputs;
     std::vector<Format> formats;
     for (const std::string& path : options_.files) {
-        bool readable = false;
-        const std::string head = FirstBytes(path, readable);
-        if (!readable) {
-            error = path + ": cannot open";
+        inputs.push_back(std::make_unique<Tools::InputFile>());
+        if (!inputs.back()->Open(path, error)) {
             return false;
         }
-        formats.push_back(options_.format != Format::AUTO ? options_.format : Detect(head));
+        formats.push_back(options_.format != Format::AUTO
+                              ? options_.format
+                              : Detect(inputs.back()->Head(kDetectBytes)));
     }
 
     writer_.Comment("imported by quil-import from " + [this] {
@@ -112,9 +107,8 @@ bool Importer::Run(std::string& error)
     }
 
     for (size_t i = 0; i < options_.files.size(); ++i) {
-        const bool ok = formats[i] == Format::CSV
-                            ? ImportCsv(options_.files[i], error)
-                            : ImportEvents(options_.files[i], formats[i], error);
+        const bool ok = formats[i] == Format::CSV ? ImportCsv(*inputs[i], error)
+                                                  : ImportEvents(*inputs[i], formats[i], error);
         if (!ok) {
             return false;
         }
@@ -131,13 +125,22 @@ bool Importer::Run(std::string& error)
     return true;
 }
 
-bool Importer::ImportCsv(const std::string& path, std::string& error)
+bool Importer::ImportCsv(Tools::InputFile& input, std::string& error)
 {
-    std::ifstream in(path);
+    const std::string& path = input.Name();
+    if (!input.Rewind(error)) {
+        return false;
+    }
+    Tools::LineReader lines(path, input.File());
     const double offset = offsetMs_;
     double end = -1.0;
+    bool tooLate = false;
     SensorResampler resampler(options_.intervalMs, [&](double tickMs, const SensorSample& s) {
         const double at = offset + tickMs;
+        if (at > Tools::kMaxStampMs) {
+            tooLate = true;
+            return;
+        }
         if (s.prox) {
             writer_.Prox(at, *s.prox);
         }
@@ -164,11 +167,17 @@ bool Importer::ImportCsv(const std::string& path, std::string& error)
         writer_.Comment(text);
     };
     if (!CsvReader::Read(
-            in, path, csvOptions, onLayout, [&](const SensorSample& s) { resampler.Add(s); },
-            counts, error)) {
+            lines, csvOptions, onLayout, [&](const SensorSample& s) { resampler.Add(s); }, counts,
+            error)) {
         return false;
     }
     resampler.Finish();
+    if (tooLate) {
+        error = path +
+                ": the recordings before it leave it no room in a trace "
+                "(at most 1000000000000 ms)";
+        return false;
+    }
     if (counts.backwards > 0) {
         Warn(path + ": skipped " + std::to_string(counts.backwards) + " rows whose time went back");
     }
@@ -181,12 +190,16 @@ bool Importer::ImportCsv(const std::string& path, std::string& error)
     return true;
 }
 
-bool Importer::ImportEvents(const std::string& path, Format format, std::string& error)
+bool Importer::ImportEvents(Tools::InputFile& input, Format format, std::string& error)
 {
+    const std::string& path = input.Name();
     auto read = [&](const AxisSink& onAxis, const EventSink& onEvent) {
-        std::ifstream in(path);
-        return format == Format::EVEMU ? EvemuReader::Read(in, path, onAxis, onEvent, error)
-                                       : GeteventReader::Read(in, path, onAxis, onEvent, error);
+        if (!input.Rewind(error)) {
+            return false;
+        }
+        Tools::LineReader lines(path, input.File());
+        return format == Format::EVEMU ? EvemuReader::Read(lines, onAxis, onEvent, error)
+                                       : GeteventReader::Read(lines, onAxis, onEvent, error);
     };
 
     // First pass: what the file declares, which device is the touch screen, the largest
@@ -281,7 +294,10 @@ bool Importer::ImportEvents(const std::string& path, Format format, std::string&
     int slots = Input::MultiTouchDecoder::kMaxSlots;
     for (const Axes* axes : {own, static_cast<const Axes*>(&description_)}) {
         if (axes != nullptr && axes->ranges.count(kAbsMtSlot) != 0) {
-            slots = axes->ranges.at(kAbsMtSlot).max + 1;
+            // In 64 bits: a declared maximum may be anything up to INT32_MAX.
+            slots =
+                static_cast<int>(std::clamp<int64_t>(int64_t{axes->ranges.at(kAbsMtSlot).max} + 1,
+                                                     1, Input::MultiTouchDecoder::kMaxSlots));
             break;
         }
     }
@@ -295,6 +311,7 @@ bool Importer::ImportEvents(const std::string& path, Format format, std::string&
     Input::MultiTouchDecoder decoder(slots);
     std::vector<Input::TouchEvent> touches;
     std::optional<int64_t> firstUs;
+    std::optional<int> tooLate;  // the line of the first event past a trace's end
     const double offset = offsetMs_;
     double end = -1.0;
     const bool pass2 =
@@ -317,12 +334,25 @@ bool Importer::ImportEvents(const std::string& path, Format format, std::string&
                      int32_t x = 0;
                      int32_t y = 0;
                      mapper.Map(t.x, t.y, x, y);
-                     const double at = offset + static_cast<double>(t.timeUs - *firstUs) / 1000.0;
+                     // In double: the times are the recording's, any 64-bit value.
+                     const double at =
+                         offset +
+                         (static_cast<double>(t.timeUs) - static_cast<double>(*firstUs)) / 1000.0;
+                     if (at > Tools::kMaxStampMs) {
+                         tooLate = tooLate ? tooLate : e.line;
+                         continue;
+                     }
                      writer_.Touch(at, static_cast<int32_t>(t.action), t.id, x, y, t.ids);
                      end = std::max(end, at);
                  }
              });
     if (!pass2) {
+        return false;
+    }
+    if (tooLate) {
+        error = Tools::LineError(path, *tooLate,
+                                 "this event lies more than 1000000000000 ms after the first "
+                                 "touch, past what a trace can hold");
         return false;
     }
     if (end < 0.0) {

@@ -10,6 +10,7 @@
 
 #include "display_mapper.h"
 #include "import_options.h"
+#include "input_file.h"
 #include "trace_writer.h"
 
 namespace Tarvo::Import {
@@ -34,8 +35,8 @@ private:
         std::map<uint16_t, Input::AxisRange> ranges;  // by ABS code
     };
 
-    bool ImportCsv(const std::string& path, std::string& error);
-    bool ImportEvents(const std::string& path, Format format, std::string& error);
+    bool ImportCsv(Tools::InputFile& input, std::string& error);
+    bool ImportEvents(Tools::InputFile& input, Format format, std::string& error);
     void Warn(const std::string& text);
 
     const ImportOptions& options_;

@@ -7,6 +7,8 @@
 #include <sstream>
 #include <vector>
 
+#include "text_file.h"
+
 namespace Tarvo::Import::Test {
 namespace {
 
@@ -23,9 +25,10 @@ struct Result {
 Result Read(const std::string& text, CsvReader::Options options = {})
 {
     Result result;
-    std::istringstream in(text);
+    Tarvo::Test::TextFile file(text);
+    Tools::LineReader lines("log.csv", file.File());
     result.ok = CsvReader::Read(
-        in, "log.csv", options, [&](const CsvReader::Layout& l) { result.layout = l; },
+        lines, options, [&](const CsvReader::Layout& l) { result.layout = l; },
         [&](const SensorSample& s) { result.samples.push_back(s); }, result.counts, result.error);
     return result;
 }
@@ -113,7 +116,7 @@ TEST(CsvReaderTest, RowsGoingBackInTimeAreSkipped)
 
 TEST(CsvReaderTest, OutOfRangeValuesBecomeInfinite)
 {
-    const Result r = Read("0,1e300,-1e300,9.8\n1e300,0,0,9.8\n", {TimeUnit::S, {}});
+    const Result r = Read("0,1e300,-1e300,9.8\n1,0,0,9.8\n", {TimeUnit::S, {}});
     ASSERT_TRUE(r.ok) << r.error;
     EXPECT_EQ(r.samples[0].x, std::numeric_limits<float>::infinity());
     EXPECT_EQ(r.samples[0].y, -std::numeric_limits<float>::infinity());

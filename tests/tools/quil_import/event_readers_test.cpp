@@ -8,6 +8,7 @@
 
 #include "evemu_reader.h"
 #include "getevent_reader.h"
+#include "text_file.h"
 
 namespace Tarvo::Import::Test {
 namespace {
@@ -25,9 +26,10 @@ struct Read {
     static Read With(const std::string& text)
     {
         Read r;
-        std::istringstream in(text);
+        Tarvo::Test::TextFile file(text);
+        Tools::LineReader lines("rec", file.File());
         r.ok = Reader::Read(
-            in, "rec",
+            lines,
             [&r](const std::string& d, uint16_t c, int32_t lo, int32_t hi) {
                 r.axes.emplace_back(d, c, lo, hi);
             },

@@ -199,7 +199,7 @@ TEST_F(ImporterTest, ErrorsNameTheFileAndLine)
     EXPECT_EQ(error, bad + ":20: event line needs TIME TYPE CODE VALUE, got 2 fields");
 
     EXPECT_FALSE(Import({Missing()}));
-    EXPECT_THAT(error, HasSubstr("missing.csv: cannot open"));
+    EXPECT_THAT(error, HasSubstr("missing.csv: cannot be read: No such file or directory"));
 
     const std::string keysOnly = File("k.txt", "[ 1.0] EV_KEY KEY_POWER DOWN\n");
     EXPECT_FALSE(Import({keysOnly}));
@@ -212,6 +212,29 @@ TEST_F(ImporterTest, ErrorsNameTheFileAndLine)
     EXPECT_FALSE(Import({File("p.desc", kDesc)}));
     EXPECT_EQ(error, "no usable event in the recording");
     EXPECT_THAT(trace, Not(HasSubstr("touch")));
+}
+
+// What a recording may declare or hold, and a trace could not: refused with the place,
+// never written (quil-replay would refuse the trace) nor computed with an overflow.
+TEST_F(ImporterTest, RecordingsPastWhatATraceHoldsAreRefused)
+{
+    ImportOptions milliseconds;
+    milliseconds.time = TimeUnit::MS;
+    EXPECT_FALSE(Import({File("gap.csv", "0,0,0,9.8\n10,0,0,9.8\n9000000000000000,0,0,9.8\n")},
+                        milliseconds));
+    EXPECT_THAT(error, HasSubstr("gap.csv:3: time lies more than 1000000000000 ms after"));
+
+    const std::string lateTouch = std::string(kEvents) +
+                                  "E: 9000000000.0 0003 0039 0080\nE: 9000000000.0 0003 0035 0010\n"
+                                  "E: 9000000000.0 0000 0000 0000\n";
+    EXPECT_FALSE(Import({File("p.desc", kDesc), File("late.events", lateTouch)}));
+    EXPECT_THAT(error, HasSubstr("late.events:22: this event lies more than 1000000000000 ms"));
+
+    // A slot range to INT32_MAX is as many slots as the decoder tracks.
+    const std::string slots =
+        "N: panel\nA: 2f 0 2147483647 0 0 0\nA: 35 0 100 0 0 0\nA: 36 0 50 0 0 0\n";
+    EXPECT_TRUE(Import({File("s.desc", slots), File("s.events", kEvents)})) << error;
+    EXPECT_THAT(trace, HasSubstr("touch down 0 0 0 0\n"));
 }
 
 }  // namespace
