@@ -6,6 +6,7 @@
 #include "host_platform.h"
 #include "output_writer.h"
 #include "plugin_loader.h"
+#include "record_printer.h"
 #include "replay_options.h"
 #include "replayer.h"
 #include "trace_files.h"
@@ -15,6 +16,29 @@ constexpr int kExitOk = 0;
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
 constexpr int kLastLogLevel = 7;  // fatal; above it nothing is written
+
+// The checked records as JSON Lines, each file's heading before its first record.
+int PrintRecords(Tarvo::Replay::TraceFiles& traces)
+{
+    using Tarvo::Replay::RecordPrinter;
+    Tarvo::Replay::TraceRecord record;
+    std::string error;
+    std::string file;
+    bool first = true;
+    while (traces.Next(record, error)) {
+        if (first || record.file != file) {
+            first = false;
+            file = record.file;
+            std::printf("%s\n", RecordPrinter::Heading(file, traces.Heading()).c_str());
+        }
+        std::printf("%s\n", RecordPrinter::Record(record).c_str());
+    }
+    if (!error.empty()) {
+        std::fprintf(stderr, "quil-replay: %s\n", error.c_str());
+        return kExitFailure;
+    }
+    return std::fflush(stdout) == 0 ? kExitOk : kExitFailure;
+}
 }  // namespace
 
 int main(int argc, char** argv)
@@ -40,6 +64,10 @@ int main(int argc, char** argv)
     if (!traces.Check(error)) {
         std::fprintf(stderr, "%s\n", error.c_str());
         return kExitUsage;
+    }
+
+    if (options.records) {
+        return PrintRecords(traces);
     }
 
     Tarvo::Host::HostPlatform::SetLogLevel(options.logLevel);

@@ -21,6 +21,8 @@ const char* ReplayOptions::Usage()
            "  --sync-every-record wait for the library after every record, the services'\n"
            "                      threads delivering (slower; the output is the same)\n"
            "  --plugin PATH       load this plug-in instead of the one beside the program\n"
+           "  --records           print the records as read, as JSON Lines, and play\n"
+           "                      nothing (each file's leading comments first)\n"
            "  --help              show this help\n"
            "  --version           show the version\n"
            "\n"
@@ -76,6 +78,8 @@ bool ReplayOptions::Parse(const std::vector<std::string>& args, ReplayOptions& o
             }
         } else if (arg == "--sync-every-record") {
             options.syncEveryRecord = true;
+        } else if (arg == "--records") {
+            options.records = true;
         } else if (arg == "--plugin") {
             if (++i == args.size()) {
                 error = "--plugin needs a path";

@@ -16,6 +16,7 @@ struct ReplayOptions {
     bool realtime = false;
     double speed = 1.0;
     bool syncEveryRecord = false;
+    bool records = false;  // print the parsed records instead of playing them
     bool help = false;
     bool version = false;
     std::string plugin;  // empty: next to the executable

@@ -29,6 +29,8 @@ public:
     bool Check(std::string& error);
     // Records of all files in order, after a successful Check.
     bool Next(TraceRecord& record, std::string& error) override;
+    // The heading of the file the last record came from (see TraceParser::Heading).
+    std::string Heading() const { return parser_ != nullptr ? parser_->Heading() : ""; }
 
 private:
     bool OpenNext(std::string& error);

@@ -492,12 +492,33 @@ TraceParser::TraceParser(std::string name, std::FILE* file, long byteLimit)
 
 TraceParser::~TraceParser() = default;
 
+void TraceParser::ReadHeading(std::string_view line)
+{
+    constexpr std::string_view kBlanks = " \t\r";
+    const size_t start = line.find_first_not_of(kBlanks);
+    if (start == std::string_view::npos || line[start] != '#') {
+        headingDone_ = true;
+        return;
+    }
+    const size_t hashes = line.find_first_not_of('#', start);
+    const size_t first =
+        hashes == std::string_view::npos ? hashes : line.find_first_not_of(kBlanks, hashes);
+    if (first == std::string_view::npos) {
+        return;
+    }
+    const std::string_view words = line.substr(first, line.find_last_not_of(kBlanks) + 1 - first);
+    heading_ += (heading_.empty() ? "" : " ") + std::string(words);
+}
+
 bool TraceParser::Next(TraceRecord& record, std::string& error)
 {
     error.clear();
     std::string_view text;
     while (reader_.Next(text, error)) {
         const int line = reader_.Line();
+        if (!headingDone_) {
+            ReadHeading(text);
+        }
         const bool stamped = lastStamp_.has_value();
         const LineResult result =
             ParseLine(name_, line, checkOnly_, text, lastStamp_, record, tokens_, error);

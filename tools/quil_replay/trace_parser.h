@@ -55,6 +55,9 @@ public:
 
     // Lines read so far.
     int Lines() const { return reader_.Line(); }
+    // The comment lines the file starts with, each without its # and outer blanks, joined
+    // by blanks: what the trace shows. Complete once the first record has been read.
+    const std::string& Heading() const { return heading_; }
     // The first time stamp read (even on a line that then failed) and the last.
     const std::optional<StampAt>& FirstStamp() const { return firstStamp_; }
     const std::optional<double>& LastStamp() const { return lastStamp_; }
@@ -64,7 +67,10 @@ private:
     bool checkOnly_ = false;
     std::optional<double> lastStamp_;
     std::optional<StampAt> firstStamp_;
+    std::string heading_;
+    bool headingDone_ = false;
     Tools::LineReader reader_;
+    void ReadHeading(std::string_view line);
     std::vector<std::string_view> tokens_;  // the current line's words, in the reader's block
 };
 
