@@ -21,7 +21,7 @@ sys.path.insert(0, os.path.join(ROOT, "tools", "quil_plot"))
 
 from quil_plot import marks  # noqa: E402
 from quil_plot.replay import parse_replay  # noqa: E402
-from quil_plot.trace import parse_trace  # noqa: E402
+from quil_plot.trace import read_trace  # noqa: E402
 
 DATA = "tests/data/recordings"
 DOC = "docs/real-recordings.md"
@@ -185,7 +185,7 @@ def main():
             replay_path = os.path.join(scratch, name + ".jsonl")
             with open(replay_path, "w") as f:
                 f.write(replay_text)
-            trace = parse_trace(trace_text.splitlines(), name)
+            trace = read_trace(trace_path, replayer)
             reports, _ = parse_replay(replay_text.splitlines(), trace.calls, name)
             figure = f"{FIGURES}/{name}.png"
             run([plotter, trace_path, "--replay", replay_path, "-o",

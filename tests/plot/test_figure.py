@@ -1,8 +1,12 @@
 """What the figure shows, read back from the figure itself."""
 
+import tempfile
+
+import pytest
+
+from conftest import replay_program, trace_of
 from quil_plot.figure import draw, spread
 from quil_plot.replay import CallResult, Report
-from quil_plot.trace import parse_trace
 
 
 def texts(fig):
@@ -15,9 +19,16 @@ def texts(fig):
     return found
 
 
+pytestmark = pytest.mark.skipif(replay_program() is None, reason="quil-replay is not built")
+
+
+def trace_of_text(text):
+    with tempfile.TemporaryDirectory() as scratch:
+        return trace_of(text, scratch, "x.trace")
+
+
 def figure_of(text, reports, calls):
-    trace = parse_trace(text.splitlines(), "x.trace")
-    return draw(trace, reports, calls)
+    return draw(trace_of_text(text), reports, calls)
 
 
 class TestPanels:
@@ -74,6 +85,13 @@ class TestPanels:
         fig.savefig(tmp_path / "x.png")
         assert "result 7" in texts(fig)
 
+
+    def test_text_from_the_trace_is_never_markup(self):
+        import io
+
+        fig = figure_of("# cost $\\frac{a}{$ here\nenable 3\n", [], [CallResult(0, "enable", 3, 0)])
+        assert any("cost $\\frac{a}{$ here" in text for text in texts(fig))
+        fig.savefig(io.BytesIO(), format="svg")
 
 class TestSpread:
     def test_close_labels_are_pushed_apart_in_order(self):

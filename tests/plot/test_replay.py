@@ -4,13 +4,17 @@ import stat
 import pytest
 
 from quil_plot.replay import ReplayError, find_replay, parse_replay
-from quil_plot.trace import parse_trace
+import tempfile
+
+from conftest import replay_program, trace_of
 
 
 def trace_calls(text):
-    return parse_trace(text.splitlines(), "t.trace").calls
+    with tempfile.TemporaryDirectory() as scratch:
+        return trace_of(text, scratch).calls
 
 
+@pytest.mark.skipif(replay_program() is None, reason="quil-replay is not built")
 class TestParse:
     def test_reports_and_calls_with_their_times(self):
         calls = trace_calls("enable 3\n@100 acc 0 0 9.8\n@300 idle\n@400 disable 3\n")

@@ -62,17 +62,17 @@ def main(argv=None, script_dir=None):
     if not 20 <= args.dpi <= 600:
         return _fail("--dpi must be between 20 and 600", USAGE_ERROR)
     try:
-        trace = read_trace(args.trace)
+        replay = rp.find_replay(args.quil_replay, script_dir)
+        trace = read_trace(args.trace, replay)
         if args.replay:
             lines = rp.read_replay_file(args.replay)
             source = args.replay
         else:
-            replay = rp.find_replay(args.quil_replay, script_dir)
             lines = rp.run_replay(replay, args.trace)
             source = "quil-replay output"
         reports, calls = rp.parse_replay(lines, trace.calls, source)
     except TraceError as error:
-        return _fail(str(error), USAGE_ERROR)
+        return _fail(str(error), error.exit_code)
     except rp.ReplayError as error:
         return _fail(str(error), error.exit_code)
 

@@ -5,6 +5,10 @@ import textwrap
 
 import matplotlib
 
+# Text from a trace (its heading, file names, device records) is shown as written,
+# never read as mathematical markup: a "$" in a comment must not break the figure.
+matplotlib.rcParams["text.parse_math"] = False
+
 matplotlib.use("Agg")  # headless unless the caller picked a backend before importing us
 import matplotlib.pyplot as plt  # noqa: E402
 from matplotlib.patches import Rectangle  # noqa: E402

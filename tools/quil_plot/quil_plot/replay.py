@@ -93,13 +93,13 @@ def run_replay(replay, trace_path):
         # quil-replay names the file, line and problem itself; pass that on.
         detail = stderr or f"{replay} exited with status {done.returncode}"
         raise ReplayError(detail, exit_code=2 if done.returncode == 2 else 1)
-    return done.stdout.decode("utf-8", "replace").splitlines()
+    return done.stdout.decode("utf-8", "replace").split("\n")
 
 
 def read_replay_file(path):
     try:
         with open(path, "r", encoding="utf-8", errors="replace") as f:
-            return f.read().splitlines()
+            return f.read().split("\n")
     except OSError as error:
         raise ReplayError(f"{path}: cannot read: {error.strerror or error}", exit_code=2) from None
 

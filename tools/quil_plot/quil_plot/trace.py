@@ -1,45 +1,31 @@
 """Reads a motion trace into the signals a figure draws.
 
-The trace format is quil-replay's; this reader checks it as strictly as the figure
-needs (keywords, argument counts, numbers, time order) so that a broken file gets a
-message naming its line instead of a half-drawn figure. quil-replay stays the judge
-of everything the library sees.
+quil-replay is the one reader of the trace format: quil-plot asks it for the records
+it reads (quil-replay --records) and draws exactly those, so a trace plots as it plays,
+and a trace quil-replay refuses is refused here with its message (file, line, problem).
 """
 
+import json
 import math
+import subprocess
 from dataclasses import dataclass, field
 
 ACC_SENSOR = 1
 LIGHT_SENSOR = 5
 PROX_SENSOR = 12
 
-TOUCH_ACTIONS = {"down": 2, "move": 3, "up": 4}
 ACTION_DOWN, ACTION_MOVE, ACTION_UP = 2, 3, 4
 
-# Host calls and how many integer arguments each takes.
-HOST_CALLS = {
-    "enable": 1,
-    "disable": 1,
-    "disable-count": 1,
-    "supported": 1,
-    "idle": 0,
-    "register": 0,
-    "unregister": 0,
-}
+HOST_CALLS = {"enable", "disable", "disable-count", "supported", "idle", "register", "unregister"}
 DEVICE_RECORDS = {"device-sensors", "fail", "heal", "monitor-id", "host-return"}
-FAULT_CALLS = {
-    "GetAllSensors",
-    "SubscribeSensor",
-    "SetBatch",
-    "ActivateSensor",
-    "DeactivateSensor",
-    "UnsubscribeSensor",
-}
-INT32_MIN, INT32_MAX = -(2**31), 2**31 - 1
 
 
 class TraceError(Exception):
     """A trace that cannot be read; the message names file and line."""
+
+    def __init__(self, message, exit_code=2):
+        super().__init__(message)
+        self.exit_code = exit_code
 
 
 @dataclass
@@ -86,103 +72,53 @@ class Trace:
         return tracks
 
 
-def _int32(token, what, where):
+def read_trace(path, replay):
+    """Reads the trace at path through quil-replay; raises TraceError when it cannot."""
     try:
-        value = int(token, 10)
-    except ValueError:
-        raise TraceError(f"{where}: {what} must be an integer, got '{token}'") from None
-    if not INT32_MIN <= value <= INT32_MAX:
-        raise TraceError(f"{where}: {what} {token} does not fit in 32 bits")
-    return value
+        done = subprocess.run(
+            [replay, "--records", path],
+            stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+            check=False,
+        )
+    except OSError as error:
+        raise TraceError(f"cannot run {replay}: {error.strerror or error}", 1) from None
+    if done.returncode != 0:
+        detail = done.stderr.decode("utf-8", "replace").strip()
+        raise TraceError(detail or f"{replay} exited with status {done.returncode}",
+                         2 if done.returncode == 2 else 1)
+    return parse_records(done.stdout.decode("utf-8", "replace").split("\n"), path)
 
 
-def _float(token, what, where):
-    # Python's float() takes what strtof takes, bar underscores and surrounding blanks.
-    if "_" in token:
-        raise TraceError(f"{where}: {what} must be a number, got '{token}'")
-    try:
-        if "x" in token.lower() and not token.lower().lstrip("+-").startswith("inf"):
-            return float.fromhex(token)
-        return float(token)
-    except (ValueError, OverflowError):
-        raise TraceError(f"{where}: {what} must be a number, got '{token}'") from None
+def _number(value):
+    """A sample value: a JSON number, or "nan", "inf" or "-inf"."""
+    return float(value)
 
 
-def _id_list(token, where):
-    if token == "-":
-        return []
-    return [_int32(part, "id", where) for part in token.split(",")]
-
-
-def _expect(args, count, keyword, where, what="arguments"):
-    if len(args) != count:
-        raise TraceError(f"{where}: {keyword} needs {count} {what}, got {len(args)}")
-
-
-def _split(raw, where):
-    """Returns (stamp or None, keyword, args) of one line, or None for a blank one."""
-    text = raw.split("#", 1)[0].strip()
-    if not text:
-        return None
-    tokens = text.split()
-    stamp = None
-    if tokens[0].startswith("@"):
-        stamp = _float(tokens[0][1:], "time stamp", where)
-        if not math.isfinite(stamp) or stamp < 0:
-            raise TraceError(f"{where}: time stamp must be a non-negative number")
-        tokens = tokens[1:]
-        if not tokens:
-            raise TraceError(f"{where}: a time stamp needs a record")
-    return stamp, tokens[0], tokens[1:]
-
-
-def _heading(lines):
-    """The comment block a trace starts with, as one line: what the trace shows."""
-    words = []
-    for raw in lines:
-        text = raw.strip()
-        if not text.startswith("#"):
-            break
-        words.append(text.lstrip("#").strip())
-    return " ".join(word for word in words if word)
-
-
-def read_trace(path):
-    """Reads the trace at path; raises TraceError on an unreadable file or line."""
-    try:
-        with open(path, "r", encoding="utf-8", errors="replace", newline=None) as f:
-            lines = f.read().splitlines()
-    except (OSError, UnicodeError) as error:
-        raise TraceError(f"{path}: cannot read: {error.strerror or error}") from None
-    return parse_trace(lines, path)
-
-
-def parse_trace(lines, path="-"):
-    trace = Trace(path=path, title=_heading(lines))
+def parse_records(lines, path="-"):
+    """Builds the figure's signals from quil-replay --records lines."""
+    trace = Trace(path=path)
     records = []
-    last_stamp = 0.0
-    for number, raw in enumerate(lines, start=1):
-        where = f"{path}:{number}"
-        split = _split(raw, where)
-        if split is None:
+    for raw in lines:
+        if not raw.strip():
             continue
-        stamp, keyword, args = split
-        if stamp is not None:
-            if stamp < last_stamp:
-                raise TraceError(f"{where}: time stamp {stamp:g} is before the previous one")
-            last_stamp = stamp
-            trace.stamped = True
-        records.append((stamp, keyword, args, where, number))
+        obj = json.loads(raw)
+        if "heading" in obj:
+            trace.title = trace.title or obj["heading"]
+            continue
+        records.append(obj)
+    trace.stamped = any("t" in record for record in records)
 
     # Without any stamp the records are spread evenly; otherwise a record without one
     # happens when the one before it did.
     now = 0.0
-    for index, (stamp, keyword, args, where, number) in enumerate(records):
+    for index, record in enumerate(records):
         if not trace.stamped:
             now = float(index)
-        elif stamp is not None:
-            now = stamp
-        _read_record(trace, now, keyword, args, where, number)
+        elif "t" in record:
+            now = float(record["t"])
+        _read_record(trace, now, record)
         trace.end = now
     return trace
 
@@ -197,66 +133,26 @@ def _sensor(trace, t, sensor, values):
         trace.prox.append(Sample(t, (values[0],)))
 
 
-def _read_record(trace, t, keyword, args, where, number):
-    if keyword in HOST_CALLS:
-        count = HOST_CALLS[keyword]
-        _expect(args, count, keyword, where, "argument" if count == 1 else "arguments")
-        arg = _int32(args[0], "type", where) if count else None
-        trace.calls.append(HostCall(t, keyword, arg, number))
-    elif keyword == "acc":
-        _expect(args, 3, keyword, where, "numbers")
-        _sensor(trace, t, ACC_SENSOR, [_float(a, "acc value", where) for a in args])
-    elif keyword in ("light", "prox"):
-        _expect(args, 1, keyword, where, "number")
-        sensor = LIGHT_SENSOR if keyword == "light" else PROX_SENSOR
-        _sensor(trace, t, sensor, [_float(args[0], f"{keyword} value", where)])
-    elif keyword == "sensor":
-        if len(args) < 2:
-            raise TraceError(f"{where}: sensor needs an id and at least one number")
-        sensor = _int32(args[0], "sensor id", where)
-        _sensor(trace, t, sensor, [_float(a, "sensor value", where) for a in args[1:]])
-    elif keyword == "null-event":
-        _expect(args, 0, keyword, where)
-    elif keyword == "touch":
-        _expect(args, 5, keyword, where)
-        action = _touch_action(args[0], where)
-        finger = _int32(args[1], "pointer id", where)
-        x = _int32(args[2], "x", where)
-        y = _int32(args[3], "y", where)
-        _id_list(args[4], where)
-        trace.touches.append(TouchPoint(t, action, finger, x, y))
-    elif keyword == "touch-noitem":
-        _expect(args, 3, keyword, where)
-        _touch_action(args[0], where)
-        _int32(args[1], "pointer id", where)
-        _id_list(args[2], where)
-    elif keyword in DEVICE_RECORDS:
-        _device_record(keyword, args, where)
-        trace.device.append((t, " ".join([keyword] + args)))
-    else:
-        shown = "".join(c if c.isprintable() else "?" for c in keyword)
-        raise TraceError(f"{where}: unknown record '{shown}'")
+def _device_text(record):
+    """A device record as it reads in a trace, for its label."""
+    kind = record["record"]
+    if kind == "device-sensors":
+        ids = record["ids"]
+        return f"{kind} " + (",".join(str(i) for i in ids) if ids else "-")
+    if kind in ("fail", "heal"):
+        sensor = record.get("sensor")
+        return f"{kind} {record['call']}" + (f" {sensor}" if sensor is not None else "")
+    return f"{kind} {record['value']}"
 
 
-def _touch_action(token, where):
-    if token in TOUCH_ACTIONS:
-        return TOUCH_ACTIONS[token]
-    return _int32(token, "touch action", where)
-
-
-def _device_record(keyword, args, where):
-    if keyword == "device-sensors":
-        _expect(args, 1, keyword, where, "argument")
-        _id_list(args[0], where)
-    elif keyword in ("fail", "heal"):
-        if len(args) not in (1, 2):
-            raise TraceError(f"{where}: {keyword} needs a call name and an optional sensor id")
-        if args[0] not in FAULT_CALLS:
-            raise TraceError(f"{where}: {keyword}: unknown call '{args[0]}'")
-        if len(args) == 2:
-            if args[0] == "GetAllSensors":
-                raise TraceError(f"{where}: {keyword} GetAllSensors takes no sensor id")
-            _int32(args[1], "sensor id", where)
-    else:
-        _expect(args, 1, keyword, where, "argument")
-        _int32(args[0], "value", where)
+def _read_record(trace, t, record):
+    kind = record["record"]
+    if kind in HOST_CALLS:
+        trace.calls.append(HostCall(t, kind, record.get("arg"), record["line"]))
+    elif kind == "sample":
+        _sensor(trace, t, record["sensor"], [_number(v) for v in record["values"]])
+    elif kind == "touch":
+        trace.touches.append(
+            TouchPoint(t, record["action"], record["id"], record["x"], record["y"]))
+    elif kind in DEVICE_RECORDS:
+        trace.device.append((t, _device_text(record)))
