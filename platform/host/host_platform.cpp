@@ -183,6 +183,11 @@ bool HostPlatform::WaitIdle(int timeoutMs)
     return WorkerTracker::Instance().WaitIdle(timeoutMs);
 }
 
+int64_t HostPlatform::OutstandingWork()
+{
+    return WorkerTracker::Instance().Outstanding();
+}
+
 void HostPlatform::SetWaitSpin(int microseconds)
 {
     WorkerTracker::Instance().SetWaitSpin(std::max(microseconds, 0));

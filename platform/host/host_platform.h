@@ -169,6 +169,11 @@ public:
     /// \param timeoutMs the longest wait, in milliseconds.
     /// \return true when idle; false if that did not happen in time.
     static bool WaitIdle(int timeoutMs = 10000);
+    /// How much is outstanding now (queued samples and touch events, deliveries under
+    /// way, workers not yet waiting): 0 when idle. A waiter that sees it change knows
+    /// the workers are getting on, however slowly.
+    /// \return the count of outstanding items.
+    static int64_t OutstandingWork();
     /// Makes WaitIdle spin for up to `microseconds` before it sleeps. A host that waits
     /// after every event, with the library's work on another core, then does not pay
     /// for being woken from there, which on a virtual machine can cost tens of

@@ -64,6 +64,8 @@ public:
     // SetWaitSpin microseconds before it sleeps.
     bool WaitIdle(int timeoutMs);
     void SetWaitSpin(int64_t microseconds) { spinUs_ = microseconds; }
+    // What is outstanding now: queued work, plus workers not yet waiting.
+    int64_t Outstanding() const { return outstanding_.load(); }
 
 private:
     // The library has two semaphores; tests may make a few more.
