@@ -22,8 +22,8 @@ void BM_TraceParseHour(benchmark::State& state)
     }
     for (auto _ : state) {
         std::rewind(file);
-        Tarvo::Replay::TraceParser parser("hour.trace", file);
-        Tarvo::Replay::TraceRecord record;
+        Tarvo::Tools::TraceParser parser("hour.trace", file);
+        Tarvo::Tools::TraceRecord record;
         std::string error;
         int64_t records = 0;
         while (parser.Next(record, error)) {

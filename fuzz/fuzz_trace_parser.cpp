@@ -7,10 +7,10 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    std::vector<Tarvo::Replay::TraceRecord> records;
+    std::vector<Tarvo::Tools::TraceRecord> records;
     std::string error;
     const std::string text(reinterpret_cast<const char*>(data), size);
-    if (!Tarvo::Replay::TraceParser::ParseText("fuzz", text, records, error) && error.empty()) {
+    if (!Tarvo::Tools::TraceParser::ParseText("fuzz", text, records, error) && error.empty()) {
         __builtin_trap();  // a rejection must say why
     }
     return 0;

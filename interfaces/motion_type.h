@@ -32,4 +32,24 @@ inline constexpr std::array<int32_t, 11> kSupportTypes = {2, 0, 3, 7, 4, 6, 9, 1
 /// The touch gesture types; the rest of kSupportTypes are device motions.
 inline constexpr std::array<int32_t, 5> kGestureTypes = {9, 10, 11, 12, 13};
 
+/// A motion type with the short name programs know it by.
+struct MotionTypeName {
+    int32_t type;      ///< the motion type id
+    const char* name;  ///< its short name, e.g. "flip"
+};
+/// The short name of every supported type, in type order.
+inline constexpr std::array<MotionTypeName, 11> kMotionTypeNames = {{
+    {MOTION_TYPE_PICKUP, "pickup"},
+    {MOTION_TYPE_NEAR_EAR, "near-ear"},
+    {MOTION_TYPE_FLIP, "flip"},
+    {MOTION_TYPE_ROTATE, "rotate"},
+    {MOTION_TYPE_SHAKE, "shake"},
+    {MOTION_TYPE_POCKET, "pocket"},
+    {MOTION_TYPE_SWIPE_LEFT, "swipe-left"},
+    {MOTION_TYPE_SWIPE_RIGHT, "swipe-right"},
+    {MOTION_TYPE_SWIPE_UP, "swipe-up"},
+    {MOTION_TYPE_PINCH, "pinch"},
+    {MOTION_TYPE_THREE_FINGERS_SLIDE, "slide"},
+}};
+
 }  // namespace Tarvo::Quil

@@ -6,9 +6,14 @@
 #include <vector>
 
 #include "plugin_loader.h"
+#include "trace_parser.h"
 #include "trace_record.h"
 
 namespace Tarvo::Replay::Test {
+
+using Tools::PluginLoader;
+using Tools::TraceParser;
+using Tools::TraceRecord;
 
 enum class ReplayForm { TEXT, JSON, DEBUG_LOG };
 

@@ -25,9 +25,8 @@ TEST(ReplayOptionsTest, RealtimeSpeedMustPaceEveryRepresentableStamp)
               "--realtime speed '1e-300' is out of range (0.001 to 1000000)");
     EXPECT_EQ(ErrorOf({"--realtime=1e300", "a.trace"}),
               "--realtime speed '1e300' is out of range (0.001 to 1000000)");
-    EXPECT_EQ(ErrorOf({"--realtime=0", "a.trace"}), "--realtime needs a positive speed, got '0'");
     EXPECT_EQ(ErrorOf({"--realtime=inf", "a.trace"}),
-              "--realtime needs a positive speed, got 'inf'");
+              "--realtime speed 'inf' is out of range (0.001 to 1000000)");
 }
 
 TEST(ReplayOptionsTest, SyncEveryRecordIsAnOption)

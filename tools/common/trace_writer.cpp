@@ -5,6 +5,19 @@
 
 namespace Tarvo::Tools {
 
+bool TraceWriter::Copy(std::FILE* from, std::FILE* to)
+{
+    std::rewind(from);
+    char buffer[1 << 16];
+    size_t got = 0;
+    while ((got = std::fread(buffer, 1, sizeof buffer, from)) > 0) {
+        if (std::fwrite(buffer, 1, got, to) != got) {
+            return false;
+        }
+    }
+    return std::ferror(from) == 0 && std::fflush(to) == 0;
+}
+
 void TraceWriter::Comment(const std::string& text)
 {
     size_t start = 0;

@@ -34,6 +34,9 @@ public:
     // False once any write has failed.
     bool Ok() const { return ok_; }
 
+    // Copies a finished trace from `from` (rewound first) to `to`; false when a write fails.
+    static bool Copy(std::FILE* from, std::FILE* to);
+
     // "12", "12.5", "0.001": milliseconds with at most three decimals, no trailing zeros.
     static std::string FormatStamp(double ms);
     // The shortest text that reads back as exactly `value` through strtof.

@@ -1,42 +1,12 @@
 #include "import_options.h"
 
-#include <cerrno>
-#include <cmath>
-#include <cstdlib>
-#include <limits>
+#include <climits>
 
-#include "display_mapper.h"
+#include "line_error.h"
+#include "option_parser.h"
 #include "trace_writer.h"
 
 namespace Tarvo::Import {
-namespace {
-
-bool ParseInt(const std::string& text, int32_t& value)
-{
-    if (text.empty()) {
-        return false;
-    }
-    char* end = nullptr;
-    errno = 0;
-    const long long parsed = std::strtoll(text.c_str(), &end, 10);
-    if (errno != 0 || end != text.c_str() + text.size() ||
-        parsed < std::numeric_limits<int32_t>::min() ||
-        parsed > std::numeric_limits<int32_t>::max()) {
-        return false;
-    }
-    value = static_cast<int32_t>(parsed);
-    return true;
-}
-
-// "AxB" split at `separator` into two positive integers.
-bool ParsePair(const std::string& text, char separator, int32_t& a, int32_t& b)
-{
-    const size_t at = text.find(separator);
-    return at != std::string::npos && ParseInt(text.substr(0, at), a) &&
-           ParseInt(text.substr(at + 1), b) && a > 0 && b > 0;
-}
-
-}  // namespace
 
 const char* ImportOptions::Usage()
 {
@@ -67,107 +37,83 @@ const char* ImportOptions::Usage()
 bool ImportOptions::Parse(const std::vector<std::string>& args, ImportOptions& options,
                           std::string& error)
 {
-    for (size_t i = 0; i < args.size(); ++i) {
-        std::string arg = args[i];
-        std::string value;
-        const bool takesValue = arg == "--format" || arg == "--time" || arg == "--units" ||
-                                arg == "--interval-ms" || arg == "--display" || arg == "--rotate" ||
-                                arg == "--enable" || arg == "--axes";
-        const size_t equals = arg.find('=');
-        if (arg.rfind("--", 0) == 0 && equals != std::string::npos) {
-            value = arg.substr(equals + 1);
-            arg = arg.substr(0, equals);
-        } else if (takesValue) {
-            if (++i == args.size()) {
-                error = arg + " needs a value";
+    using namespace Tools;
+    OptionParser parser;
+    parser.Value(
+        "--format", "a format", [&options](const std::string& value, std::string& problem) {
+            size_t index = 0;
+            if (!ParseChoice(value, {"csv", "evemu", "getevent"}, index, problem, "format")) {
                 return false;
             }
-            value = args[i];
-        }
-        if (arg == "--help" || arg == "-h") {
-            options.help = true;
-        } else if (arg == "--version") {
-            options.version = true;
-        } else if (arg == "--format") {
-            if (value == "csv" || value == "evemu" || value == "getevent") {
-                options.format = value == "csv"     ? Format::CSV
-                                 : value == "evemu" ? Format::EVEMU
-                                                    : Format::GETEVENT;
-            } else {
-                error = "unknown format '" + value + "' (csv, evemu, getevent)";
-                return false;
-            }
-        } else if (arg == "--time") {
-            if (value == "s" || value == "ms" || value == "us" || value == "ns") {
-                options.time = value == "s"    ? TimeUnit::S
-                               : value == "ms" ? TimeUnit::MS
-                               : value == "us" ? TimeUnit::US
-                                               : TimeUnit::NS;
-            } else {
-                error = "unknown time unit '" + value + "' (s, ms, us, ns)";
-                return false;
-            }
-        } else if (arg == "--units") {
-            if (value == "g" || value == "ms2") {
-                options.units = value == "g" ? AccUnit::G : AccUnit::MS2;
-            } else {
-                error = "unknown acceleration unit '" + value + "' (g, ms2)";
-                return false;
-            }
-        } else if (arg == "--interval-ms") {
-            char* end = nullptr;
-            options.intervalMs = std::strtod(value.c_str(), &end);
-            if (value.empty() || *end != '\0' || !std::isfinite(options.intervalMs) ||
-                options.intervalMs < 1.0 || options.intervalMs > 60000.0) {
-                error = "--interval-ms needs a number from 1 to 60000, got '" + value + "'";
-                return false;
-            }
-        } else if (arg == "--display") {
-            if (!ParsePair(value, 'x', options.width, options.height)) {
-                error = "--display needs WIDTHxHEIGHT in pixels, got '" + value + "'";
-                return false;
-            }
-        } else if (arg == "--rotate") {
-            int32_t rotate = 0;
-            if (!ParseInt(value, rotate) || !Input::DisplayMapper::IsValidRotation(rotate)) {
-                error = "--rotate needs 0, 90, 180 or 270, got '" + value + "'";
-                return false;
-            }
-            options.rotate = rotate;
-        } else if (arg == "--enable") {
-            std::vector<int32_t> types;
-            size_t start = 0;
-            while (true) {
-                const size_t comma = value.find(',', start);
-                int32_t type = 0;
-                if (!ParseInt(
-                        value.substr(start, comma == std::string::npos ? comma : comma - start),
-                        type)) {
-                    error = "--enable needs motion types like 0,3,9, got '" + value + "'";
-                    return false;
-                }
-                types.push_back(type);
-                if (comma == std::string::npos) {
-                    break;
-                }
-                start = comma + 1;
-            }
-            options.enable = types;
-        } else if (arg == "--axes") {
-            int32_t x = 0;
-            int32_t y = 0;
-            if (!ParsePair(value, ',', x, y)) {
-                error = "--axes needs XMAX,YMAX (positive), got '" + value + "'";
-                return false;
-            }
-            options.axes = std::make_pair(x, y);
-        } else if (arg.size() > 1 && arg[0] == '-') {
-            error = "unknown option '" + arg + "'";
+            options.format = index == 0   ? Format::CSV
+                             : index == 1 ? Format::EVEMU
+                                          : Format::GETEVENT;
+            return true;
+        });
+    parser.Value("--time", "a time unit",
+                 [&options](const std::string& value, std::string& problem) {
+                     static const std::vector<TimeUnit> kUnits = {TimeUnit::S, TimeUnit::MS,
+                                                                  TimeUnit::US, TimeUnit::NS};
+                     size_t index = 0;
+                     if (!ParseChoice(value, {"s", "ms", "us", "ns"}, index, problem, "unit")) {
+                         return false;
+                     }
+                     options.time = kUnits[index];
+                     return true;
+                 });
+    parser.Value("--units", "a unit", [&options](const std::string& value, std::string& problem) {
+        size_t index = 0;
+        if (!ParseChoice(value, {"g", "ms2"}, index, problem, "unit")) {
             return false;
-        } else {
-            options.files.push_back(arg);
         }
+        options.units = index == 0 ? AccUnit::G : AccUnit::MS2;
+        return true;
+    });
+    parser.Value("--interval-ms", "an interval",
+                 [&options](const std::string& value, std::string& problem) {
+                     return ParseNumber(value, 1, 60000, options.intervalMs, problem, "interval");
+                 });
+    parser.Value("--display", "a size", [&options](const std::string& value, std::string& problem) {
+        return ParseDisplaySize(value, options.width, options.height, problem);
+    });
+    parser.Value("--rotate", "an angle",
+                 [&options](const std::string& value, std::string& problem) {
+                     size_t index = 0;
+                     if (!ParseChoice(value, {"0", "90", "180", "270"}, index, problem, "angle")) {
+                         return false;
+                     }
+                     options.rotate = static_cast<int>(index) * 90;
+                     return true;
+                 });
+    parser.Value("--enable", "motion types",
+                 [&options](const std::string& value, std::string& problem) {
+                     std::vector<int32_t> types;
+                     if (!ParseMotionTypes(value, types, problem)) {
+                         return false;
+                     }
+                     options.enable = std::move(types);
+                     return true;
+                 });
+    parser.Value("--axes", "XMAX,YMAX", [&options](const std::string& value, std::string& problem) {
+        const size_t comma = value.find(',');
+        long long x = 0;
+        long long y = 0;
+        std::string ignored;
+        if (comma == std::string::npos ||
+            !ParseInteger(value.substr(0, comma), 1, INT32_MAX, x, ignored, "maximum") ||
+            !ParseInteger(value.substr(comma + 1), 1, INT32_MAX, y, ignored, "maximum")) {
+            problem = "maxima " + Quote(value) + " are not XMAX,YMAX (positive)";
+            return false;
+        }
+        options.axes = std::make_pair(static_cast<int32_t>(x), static_cast<int32_t>(y));
+        return true;
+    });
+    if (!parser.Parse(args, error)) {
+        return false;
     }
+    options.help = parser.Help();
+    options.version = parser.Version();
+    options.files = parser.Operands();
     if (options.files.empty() && !options.help && !options.version) {
         error = "no recording given";
         return false;

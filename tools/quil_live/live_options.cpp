@@ -1,152 +1,55 @@
 #include "live_options.h"
 
-#include <cerrno>
-#include <climits>
-#include <cmath>
-#include <cstdlib>
-#include <sstream>
+#include "line_error.h"
+#include "option_parser.h"
 
 namespace Tarvo::Live {
-namespace {
-
-bool ParseInt(const std::string& text, long min, long max, long& value)
-{
-    if (text.empty()) {
-        return false;
-    }
-    char* end = nullptr;
-    errno = 0;
-    value = std::strtol(text.c_str(), &end, 10);
-    return errno == 0 && *end == '\0' && value >= min && value <= max;
-}
-
-bool ParseTypes(const std::string& text, std::vector<int32_t>& types)
-{
-    std::istringstream in(text);
-    std::string item;
-    while (std::getline(in, item, ',')) {
-        long value = 0;
-        if (!ParseInt(item, INT32_MIN, INT32_MAX, value)) {
-            return false;
-        }
-        types.push_back(static_cast<int32_t>(value));
-    }
-    return !types.empty() && text.back() != ',';
-}
-
-bool ParseDisplay(const std::string& text, int32_t& width, int32_t& height)
-{
-    const size_t x = text.find('x');
-    long w = 0;
-    long h = 0;
-    if (x == std::string::npos || !ParseInt(text.substr(0, x), 1, 1 << 20, w) ||
-        !ParseInt(text.substr(x + 1), 1, 1 << 20, h)) {
-        return false;
-    }
-    width = static_cast<int32_t>(w);
-    height = static_cast<int32_t>(h);
-    return true;
-}
-
-bool ParseLevel(const std::string& text, int& level)
-{
-    static const char* const kNames[] = {"debug", "info", "warn", "error", "fatal", "off"};
-    for (int i = 0; i < 6; ++i) {
-        if (text == kNames[i]) {
-            level = i + 3;
-            return true;
-        }
-    }
-    return false;
-}
-
-}  // namespace
 
 bool LiveOptions::Parse(const std::vector<std::string>& args, LiveOptions& options,
                         std::string& error)
 {
-    for (size_t i = 0; i < args.size(); ++i) {
-        std::string arg = args[i];
-        std::string value;
-        bool inlineValue = false;
-        const size_t equals = arg.find('=');
-        if (arg.rfind("--", 0) == 0 && equals != std::string::npos) {
-            value = arg.substr(equals + 1);
-            arg = arg.substr(0, equals);
-            inlineValue = true;
-        }
-        const auto takeValue = [&]() {
-            if (inlineValue) {
-                return true;
-            }
-            if (i + 1 >= args.size()) {
-                error = arg + " needs a value";
-                return false;
-            }
-            value = args[++i];
-            return true;
-        };
-        const auto bad = [&](const char* what) {
-            error = arg + ": " + what + ", got '" + value + "'";
-            return false;
-        };
-
-        if (arg == "--help" || arg == "-h") {
-            options.help = true;
-        } else if (arg == "--version") {
-            options.version = true;
-        } else if (arg == "--json") {
-            options.json = true;
-        } else if (arg == "--syslog") {
-            options.syslog = true;
-        } else if (arg == "--enable") {
-            if (!takeValue()) {
-                return false;
-            }
-            options.enable.clear();
-            if (!ParseTypes(value, options.enable)) {
-                return bad("expected motion types like 3,4,9");
-            }
-        } else if (arg == "--record" || arg == "--sysfs-root" || arg == "--touch-device" ||
-                   arg == "--plugin") {
-            if (!takeValue()) {
-                return false;
-            }
-            if (value.empty()) {
-                return bad("expected a path");
-            }
-            (arg == "--record"         ? options.record
-             : arg == "--sysfs-root"   ? options.sysfsRoot
-             : arg == "--touch-device" ? options.touchDevice
-                                       : options.plugin) = value;
-        } else if (arg == "--display") {
-            if (!takeValue()) {
-                return false;
-            }
-            if (!ParseDisplay(value, options.displayWidth, options.displayHeight)) {
-                return bad("expected WIDTHxHEIGHT in pixels, like 1080x2400");
-            }
-        } else if (arg == "--log") {
-            if (!takeValue()) {
-                return false;
-            }
-            if (!ParseLevel(value, options.logLevel)) {
-                return bad("expected debug, info, warn, error, fatal or off");
-            }
-        } else if (arg == "--duration") {
-            if (!takeValue()) {
-                return false;
-            }
-            char* end = nullptr;
-            options.duration = std::strtod(value.c_str(), &end);
-            if (value.empty() || *end != '\0' || !std::isfinite(options.duration) ||
-                options.duration <= 0) {
-                return bad("expected a positive number of seconds");
-            }
-        } else {
-            error = "unknown argument '" + args[i] + "'";
-            return false;
-        }
+    using namespace Tools;
+    OptionParser parser;
+    parser.Flag("--json", options.json);
+    parser.Flag("--syslog", options.syslog);
+    parser.Value("--enable", "motion types",
+                 [&options](const std::string& value, std::string& problem) {
+                     return ParseMotionTypes(value, options.enable, problem);
+                 });
+    for (const auto& [name, target] :
+         {std::pair<const char*, std::string*>{"--record", &options.record},
+          {"--sysfs-root", &options.sysfsRoot},
+          {"--touch-device", &options.touchDevice},
+          {"--plugin", &options.plugin}}) {
+        parser.Value(name, "a path",
+                     [target = target](const std::string& value, std::string& problem) {
+                         if (value.empty()) {
+                             problem = "path '' is empty";
+                             return false;
+                         }
+                         *target = value;
+                         return true;
+                     });
+    }
+    parser.Value("--display", "a size", [&options](const std::string& value, std::string& problem) {
+        return ParseDisplaySize(value, options.displayWidth, options.displayHeight, problem);
+    });
+    parser.Value("--log", "a level", [&options](const std::string& value, std::string& problem) {
+        return ParseLogLevel(value, options.logLevel, problem);
+    });
+    parser.Value("--duration", "a number of seconds",
+                 [&options](const std::string& value, std::string& problem) {
+                     constexpr double kYear = 365.0 * 24 * 3600;
+                     return ParseNumber(value, 0.001, kYear, options.duration, problem, "duration");
+                 });
+    if (!parser.Parse(args, error)) {
+        return false;
+    }
+    options.help = parser.Help();
+    options.version = parser.Version();
+    if (!parser.Operands().empty()) {
+        error = "unexpected argument " + Quote(parser.Operands().front());
+        return false;
     }
     return true;
 }
@@ -157,8 +60,9 @@ const char* LiveOptions::Usage()
            "Runs the motion plug-in on this device's sensors and touchscreen and prints\n"
            "every report as quil-replay does. Stop it with Ctrl-C.\n"
            "\n"
-           "  --enable LIST        motion types to enable, e.g. 3,4,9 (default: every type\n"
-           "                       the device has the sensors or touchscreen for)\n"
+           "  --enable LIST        motion types to enable, by number or name, e.g. 3,rotate,9\n"
+           "                       (default: every type the device has the sensors or\n"
+           "                       touchscreen for)\n"
            "  --json               print JSON Lines instead of text\n"
            "  --record FILE        also write what the plug-in received as a trace\n"
            "  --sysfs-root DIR     where sysfs is mounted (default /sys)\n"

@@ -1,8 +1,6 @@
 #include "replay_options.h"
 
-#include <cmath>
-#include <cstdlib>
-#include <map>
+#include "option_parser.h"
 
 namespace Tarvo::Replay {
 
@@ -30,69 +28,45 @@ const char* ReplayOptions::Usage()
            "run), 1 for any other failure.\n";
 }
 
+ReplaySettings ReplayOptions::Settings() const
+{
+    constexpr int kLastLogLevel = 7;  // fatal; above it nothing is written
+    ReplaySettings settings;
+    settings.realtime = realtime;
+    settings.speed = speed;
+    settings.syncEveryRecord = syncEveryRecord;
+    settings.stampedReports = json;
+    settings.logging = logLevel <= kLastLogLevel;
+    return settings;
+}
+
 bool ReplayOptions::Parse(const std::vector<std::string>& args, ReplayOptions& options,
                           std::string& error)
 {
-    static const std::map<std::string, int> kLevels = {{"debug", 3}, {"info", 4},  {"warn", 5},
-                                                       {"error", 6}, {"fatal", 7}, {"off", 8}};
-    for (size_t i = 0; i < args.size(); ++i) {
-        const std::string& arg = args[i];
-        if (arg == "--help" || arg == "-h") {
-            options.help = true;
-        } else if (arg == "--version") {
-            options.version = true;
-        } else if (arg == "--json") {
-            options.json = true;
-        } else if (arg == "--log" || arg.rfind("--log=", 0) == 0) {
-            std::string level;
-            if (arg == "--log") {
-                if (++i == args.size()) {
-                    error = "--log needs a level";
-                    return false;
-                }
-                level = args[i];
-            } else {
-                level = arg.substr(6);
-            }
-            auto found = kLevels.find(level);
-            if (found == kLevels.end()) {
-                error = "unknown log level '" + level + "' (debug, info, warn, error, fatal, off)";
-                return false;
-            }
-            options.logLevel = found->second;
-        } else if (arg == "--realtime" || arg.rfind("--realtime=", 0) == 0) {
+    Tools::OptionParser parser;
+    parser.Flag("--json", options.json);
+    parser.Flag("--sync-every-record", options.syncEveryRecord);
+    parser.Flag("--records", options.records);
+    parser.Value("--log", "a level", [&options](const std::string& value, std::string& problem) {
+        return Tools::ParseLogLevel(value, options.logLevel, problem);
+    });
+    parser.Value("--plugin", "a path", [&options](const std::string& value, std::string&) {
+        options.plugin = value;
+        return true;
+    });
+    parser.OptionalValue(
+        "--realtime", [&options](const std::optional<std::string>& value, std::string& problem) {
             options.realtime = true;
-            if (arg != "--realtime") {
-                const std::string speed = arg.substr(11);
-                char* end = nullptr;
-                options.speed = std::strtod(speed.c_str(), &end);
-                if (speed.empty() || *end != '\0' || !std::isfinite(options.speed) ||
-                    options.speed <= 0.0) {
-                    error = "--realtime needs a positive speed, got '" + speed + "'";
-                    return false;
-                }
-                if (options.speed < kMinSpeed || options.speed > kMaxSpeed) {
-                    error = "--realtime speed '" + speed + "' is out of range (0.001 to 1000000)";
-                    return false;
-                }
-            }
-        } else if (arg == "--sync-every-record") {
-            options.syncEveryRecord = true;
-        } else if (arg == "--records") {
-            options.records = true;
-        } else if (arg == "--plugin") {
-            if (++i == args.size()) {
-                error = "--plugin needs a path";
-                return false;
-            }
-            options.plugin = args[i];
-        } else if (arg.size() > 1 && arg[0] == '-') {
-            error = "unknown option '" + arg + "'";
-            return false;
-        } else {
-            options.traces.push_back(arg);
-        }
+            // Slower or faster speeds could not pace the largest stamps.
+            return !value.has_value() || Tools::ParseNumber(*value, kMinSpeed, kMaxSpeed,
+                                                            options.speed, problem, "speed");
+        });
+    if (!parser.Parse(args, error)) {
+        return false;
     }
+    options.help = parser.Help();
+    options.version = parser.Version();
+    options.traces = parser.Operands();
     if (options.traces.empty() && !options.help && !options.version) {
         error = "no trace given";
         return false;

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "replayer.h"
+
 namespace Tarvo::Replay {
 
 struct ReplayOptions {
@@ -21,6 +23,9 @@ struct ReplayOptions {
     bool version = false;
     std::string plugin;  // empty: next to the executable
     std::vector<std::string> traces;
+
+    // What the replayer is to do.
+    ReplaySettings Settings() const;
 
     // False with `error` set on a usage error.
     static bool Parse(const std::vector<std::string>& args, ReplayOptions& options,

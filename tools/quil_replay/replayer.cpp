@@ -15,12 +15,32 @@ constexpr size_t kMaxInFlight = 2048;
 constexpr size_t kBurst = 2048;
 constexpr size_t kWakeBatch = 64;
 constexpr int kWaitSpinUs = 50;
+
+// The host platform's name for a call a trace names.
+Host::SensorCall HostCall(Tools::ServiceCall call)
+{
+    switch (call) {
+        case Tools::ServiceCall::GET_ALL_SENSORS:
+            return Host::SensorCall::GET_ALL_SENSORS;
+        case Tools::ServiceCall::SUBSCRIBE_SENSOR:
+            return Host::SensorCall::SUBSCRIBE_SENSOR;
+        case Tools::ServiceCall::SET_BATCH:
+            return Host::SensorCall::SET_BATCH;
+        case Tools::ServiceCall::ACTIVATE_SENSOR:
+            return Host::SensorCall::ACTIVATE_SENSOR;
+        case Tools::ServiceCall::DEACTIVATE_SENSOR:
+            return Host::SensorCall::DEACTIVATE_SENSOR;
+        case Tools::ServiceCall::UNSUBSCRIBE_SENSOR:
+            break;
+    }
+    return Host::SensorCall::UNSUBSCRIBE_SENSOR;
+}
 }  // namespace
 
 Replayer::Replayer(const PluginLoader& plugin, OutputWriter& writer, const ReplaySettings& settings)
     : plugin_(plugin),
       writer_(writer),
-      host_(std::make_shared<ReplayHostCallback>(writer)),
+      host_(std::make_shared<HostCallback>(writer)),
       settings_(settings),
       burst_(kBurst)
 {
@@ -227,10 +247,10 @@ void Replayer::Play(Quil::IMotionAlgo& algo, const TraceRecord& record)
             HostPlatform::SetDeviceSensors(record.ids);
             break;
         case RecordKind::FAIL:
-            HostPlatform::Fail(record.call, record.callSensor);
+            HostPlatform::Fail(HostCall(record.call), record.callSensor);
             break;
         case RecordKind::HEAL:
-            HostPlatform::Heal(record.call, record.callSensor);
+            HostPlatform::Heal(HostCall(record.call), record.callSensor);
             break;
         case RecordKind::MONITOR_ID:
             HostPlatform::SetMonitorId(record.value);

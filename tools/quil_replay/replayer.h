@@ -10,12 +10,19 @@
 #include <string>
 #include <vector>
 
+#include "host_callback.h"
 #include "output_writer.h"
 #include "plugin_loader.h"
-#include "replay_host_callback.h"
 #include "trace_record.h"
 
 namespace Tarvo::Replay {
+
+using Tools::HostCallback;
+using Tools::OutputWriter;
+using Tools::PluginLoader;
+using Tools::RecordKind;
+using Tools::RecordSource;
+using Tools::TraceRecord;
 
 struct ReplaySettings {
     bool realtime = false;
@@ -53,7 +60,7 @@ private:
 
     const PluginLoader& plugin_;
     OutputWriter& writer_;
-    std::shared_ptr<ReplayHostCallback> host_;
+    std::shared_ptr<HostCallback> host_;
     ReplaySettings settings_;
     Channel pending_ = Channel::NONE;  // where work may still be in flight
     size_t inFlight_ = 0;              // records played since the last sync

@@ -108,7 +108,7 @@ TEST(UinputSwipeTest, ASwipeOnAVirtualTouchscreenIsRecognised)
         }
     });
 
-    Replay::PluginLoader plugin;
+    Tools::PluginLoader plugin;
     ASSERT_TRUE(plugin.Load(QUIL_PLUGIN_PATH, error)) << error;
     Quil::IMotionAlgo* algo = plugin.Create();
     ASSERT_NE(algo, nullptr);

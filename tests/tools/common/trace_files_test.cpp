@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace Tarvo::Replay::Test {
+namespace Tarvo::Tools::Test {
 namespace {
 
 constexpr long kSplitAlways = 1;
@@ -90,4 +90,4 @@ TEST_F(TraceFilesTest, ACleanSplitFileIsPlayedWhole)
 }
 
 }  // namespace
-}  // namespace Tarvo::Replay::Test
+}  // namespace Tarvo::Tools::Test

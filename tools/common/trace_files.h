@@ -13,7 +13,7 @@
 #include "trace_parser.h"
 #include "trace_record.h"
 
-namespace Tarvo::Replay {
+namespace Tarvo::Tools {
 
 class TraceFiles : public RecordSource {
 public:
@@ -40,9 +40,9 @@ private:
 
     std::vector<std::string> paths_;
     long splitBytes_;
-    std::vector<std::unique_ptr<Tools::InputFile>> inputs_;  // opened by Check
-    size_t next_ = 0;  // index of the file after the one being read
+    std::vector<std::unique_ptr<InputFile>> inputs_;  // opened by Check
+    size_t next_ = 0;                                 // index of the file after the one being read
     std::unique_ptr<TraceParser> parser_;
 };
 
-}  // namespace Tarvo::Replay
+}  // namespace Tarvo::Tools

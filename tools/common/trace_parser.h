@@ -14,12 +14,10 @@
 #include "trace_format.h"
 #include "trace_record.h"
 
-namespace Tarvo::Replay {
+namespace Tarvo::Tools {
 
 class TraceParser {
 public:
-    static constexpr double kMaxStampMs = Tools::kMaxStampMs;
-
     // Parses `text` (named `name` in messages) and appends its records. On error
     // returns false with `error` set; `records` then holds what came before.
     static bool ParseText(const std::string& name, const std::string& text,
@@ -69,9 +67,9 @@ private:
     std::optional<StampAt> firstStamp_;
     std::string heading_;
     bool headingDone_ = false;
-    Tools::LineReader reader_;
+    LineReader reader_;
     void ReadHeading(std::string_view line);
     std::vector<std::string_view> tokens_;  // the current line's words, in the reader's block
 };
 
-}  // namespace Tarvo::Replay
+}  // namespace Tarvo::Tools

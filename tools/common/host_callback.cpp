@@ -1,8 +1,8 @@
-#include "replay_host_callback.h"
+#include "host_callback.h"
 
-namespace Tarvo::Replay {
+namespace Tarvo::Tools {
 
-int ReplayHostCallback::OnMotionChanged(const Quil::MotionData& data)
+int HostCallback::OnMotionChanged(const Quil::MotionData& data)
 {
     const bool hasStamp = hasStamp_.load(std::memory_order_acquire);
     writer_.Report(data, hasStamp ? std::optional<double>(stamp_.load(std::memory_order_relaxed))
@@ -10,7 +10,7 @@ int ReplayHostCallback::OnMotionChanged(const Quil::MotionData& data)
     return returnValue_;
 }
 
-void ReplayHostCallback::SetStamp(std::optional<double> stamp)
+void HostCallback::SetStamp(std::optional<double> stamp)
 {
     // Set for every record played; only JSON output prints it, and there the replay waits
     // for the workers before a new stamp, so plain release stores are enough.
@@ -18,4 +18,4 @@ void ReplayHostCallback::SetStamp(std::optional<double> stamp)
     hasStamp_.store(stamp.has_value(), std::memory_order_release);
 }
 
-}  // namespace Tarvo::Replay
+}  // namespace Tarvo::Tools

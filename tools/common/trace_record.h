@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "host_platform.h"
+#include "trace_format.h"
 
-namespace Tarvo::Replay {
+namespace Tarvo::Tools {
 
 enum class RecordKind {
     ENABLE,
@@ -42,7 +42,7 @@ struct TraceRecord {
     int32_t x = 0;
     int32_t y = 0;
     std::vector<int32_t> ids;  // pointer ids, device sensor list
-    Host::SensorCall call = Host::SensorCall::GET_ALL_SENSORS;
+    ServiceCall call = ServiceCall::GET_ALL_SENSORS;
     std::optional<int32_t> callSensor;  // fail / heal
 };
 
@@ -54,4 +54,4 @@ public:
     virtual bool Next(TraceRecord& record, std::string& error) = 0;
 };
 
-}  // namespace Tarvo::Replay
+}  // namespace Tarvo::Tools

@@ -8,7 +8,7 @@
 
 #include "output_writer.h"
 
-namespace Tarvo::Replay {
+namespace Tarvo::Tools {
 namespace {
 
 using JsonPtr = std::unique_ptr<cJSON, decltype(&cJSON_Delete)>;
@@ -143,7 +143,9 @@ std::string RecordPrinter::Record(const TraceRecord& record)
             break;
         case RecordKind::FAIL:
         case RecordKind::HEAL:
-            cJSON_AddStringToObject(json, "call", Host::SensorCallName(record.call));
+            cJSON_AddStringToObject(
+                json, "call",
+                std::string(kServiceCallNames[static_cast<size_t>(record.call)]).c_str());
             if (record.callSensor.has_value()) {
                 cJSON_AddNumberToObject(json, "sensor", *record.callSensor);
             }
@@ -161,4 +163,23 @@ std::string RecordPrinter::Record(const TraceRecord& record)
     return Print(object);
 }
 
-}  // namespace Tarvo::Replay
+bool RecordPrinter::PrintAll(TraceFiles& traces, std::FILE* out, std::string& error)
+{
+    TraceRecord record;
+    std::string file;
+    bool first = true;
+    while (traces.Next(record, error)) {
+        if (first || record.file != file) {
+            first = false;
+            file = record.file;
+            std::fprintf(out, "%s\n", Heading(file, traces.Heading()).c_str());
+        }
+        std::fprintf(out, "%s\n", Record(record).c_str());
+    }
+    if (error.empty() && std::fflush(out) != 0) {
+        error = "cannot write the records";
+    }
+    return error.empty();
+}
+
+}  // namespace Tarvo::Tools

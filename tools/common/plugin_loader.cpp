@@ -7,7 +7,7 @@
 
 #include "motion_version.h"
 
-namespace Tarvo::Replay {
+namespace Tarvo::Tools {
 
 std::string PluginLoader::DefaultPath()
 {
@@ -43,4 +43,4 @@ bool PluginLoader::Load(const std::string& path, std::string& error)
     return true;
 }
 
-}  // namespace Tarvo::Replay
+}  // namespace Tarvo::Tools

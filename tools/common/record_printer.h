@@ -4,9 +4,12 @@
 
 #include <string>
 
+#include <cstdio>
+
+#include "trace_files.h"
 #include "trace_record.h"
 
-namespace Tarvo::Replay {
+namespace Tarvo::Tools {
 
 class RecordPrinter {
 public:
@@ -15,6 +18,9 @@ public:
     // {"file":F,"line":N,"t":MS,"record":"touch","action":2,...}; "t" only when stamped;
     // sample values that are not finite are written "nan", "inf" or "-inf".
     static std::string Record(const TraceRecord& record);
+    // Every record of `traces` (checked), each file's heading before its first record;
+    // false with `error` set when reading or writing fails.
+    static bool PrintAll(TraceFiles& traces, std::FILE* out, std::string& error);
 };
 
-}  // namespace Tarvo::Replay
+}  // namespace Tarvo::Tools

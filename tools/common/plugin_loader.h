@@ -5,7 +5,7 @@
 
 #include "i_motion_algo.h"
 
-namespace Tarvo::Replay {
+namespace Tarvo::Tools {
 
 class PluginLoader {
 public:
@@ -27,4 +27,4 @@ private:
     void (*destroy_)(Quil::IMotionAlgo*) = nullptr;
 };
 
-}  // namespace Tarvo::Replay
+}  // namespace Tarvo::Tools

@@ -14,7 +14,7 @@
 #include "input_file.h"
 #include "line_error.h"
 
-namespace Tarvo::Replay {
+namespace Tarvo::Tools {
 namespace {
 
 // Parses the records of one line; throws nothing, reports through `problem`.
@@ -78,7 +78,7 @@ bool LineParser::Int(std::string_view token, int32_t& out, std::string& problem)
     const size_t digits = (token[0] == '+' || token[0] == '-') ? 1 : 0;
     if (digits == token.size() || !std::all_of(token.begin() + digits, token.end(),
                                                [](char c) { return c >= '0' && c <= '9'; })) {
-        return Fail(problem, Tools::Quote(token) + " is not an integer");
+        return Fail(problem, Quote(token) + " is not an integer");
     }
     // from_chars takes a minus but no plus.
     const char* const begin = token.data() + (token[0] == '+' ? 1 : 0);
@@ -86,7 +86,7 @@ bool LineParser::Int(std::string_view token, int32_t& out, std::string& problem)
     const auto [ptr, ec] = std::from_chars(begin, token.data() + token.size(), value);
     (void)ptr;
     if (ec != std::errc{} || value < INT32_MIN || value > INT32_MAX) {
-        return Fail(problem, Tools::Quote(token) + " does not fit in 32 bits");
+        return Fail(problem, Quote(token) + " does not fit in 32 bits");
     }
     out = static_cast<int32_t>(value);
     return true;
@@ -136,7 +136,7 @@ bool LineParser::Float(std::string_view token, float& out, std::string& problem)
     char* end = nullptr;
     out = std::strtof(text.c_str(), &end);
     if (end == text.c_str() || *end != '\0') {
-        return Fail(problem, Tools::Quote(text) + " is not a number");
+        return Fail(problem, Quote(text) + " is not a number");
     }
     return true;
 }
@@ -154,7 +154,7 @@ bool LineParser::IdList(std::string_view token, std::vector<int32_t>& out, std::
             token.substr(start, comma == std::string::npos ? std::string::npos : comma - start);
         int32_t id = 0;
         if (item.empty() || !Int(item, id, problem)) {
-            return Fail(problem, Tools::Quote(token) + " is not a list of ids (like 0,1,2 or -)");
+            return Fail(problem, Quote(token) + " is not a list of ids (like 0,1,2 or -)");
         }
         out.push_back(id);
         if (comma == std::string::npos) {
@@ -175,7 +175,7 @@ bool LineParser::Action(std::string_view token, int32_t& out, std::string& probl
     }
     if (!Int(token, out, problem)) {
         return Fail(problem,
-                    Tools::Quote(token) + " is not a pointer action (down, move, up or a number)");
+                    Quote(token) + " is not a pointer action (down, move, up or a number)");
     }
     return true;
 }
@@ -271,15 +271,15 @@ bool LineParser::Fault(std::string& problem)
     if (ArgCount() < 1 || ArgCount() > 2) {
         return Fail(problem, Keyword() + " needs CALL [ID], got " + Plural(ArgCount(), "argument"));
     }
-    auto call = Host::SensorCallFromName(std::string(Arg(1)));
-    if (!call.has_value()) {
-        return Fail(problem, "unknown sensor service call " + Tools::Quote(Arg(1)) +
+    const auto named = std::find(kServiceCallNames.begin(), kServiceCallNames.end(), Arg(1));
+    if (named == kServiceCallNames.end()) {
+        return Fail(problem, "unknown sensor service call " + Quote(Arg(1)) +
                                  " (GetAllSensors, SubscribeSensor, SetBatch, ActivateSensor, "
                                  "DeactivateSensor, UnsubscribeSensor)");
     }
-    record_.call = *call;
+    record_.call = static_cast<ServiceCall>(named - kServiceCallNames.begin());
     if (ArgCount() == 2) {
-        if (*call == Host::SensorCall::GET_ALL_SENSORS) {
+        if (record_.call == ServiceCall::GET_ALL_SENSORS) {
             return Fail(problem, "GetAllSensors takes no sensor id");
         }
         int32_t id = 0;
@@ -327,7 +327,7 @@ bool LineParser::Parse(std::string& problem)
             return (this->*entry.handler)(problem);
         }
     }
-    return Fail(problem, "unknown record " + Tools::Quote(Keyword()));
+    return Fail(problem, "unknown record " + Quote(Keyword()));
 }
 
 enum class LineResult { RECORD, BLANK, ERROR };
@@ -389,7 +389,7 @@ LineResult ParseLine(const std::string& name, int number, bool checkOnly, std::s
         return LineResult::BLANK;
     }
     auto fail = [&](const std::string& problem) {
-        error = Tools::LineError(name, number, problem);
+        error = LineError(name, number, problem);
         return LineResult::ERROR;
     };
     // Field by field, so a reused record keeps its storage and its file name.
@@ -402,7 +402,7 @@ LineResult ParseLine(const std::string& name, int number, bool checkOnly, std::s
     record.x = 0;
     record.y = 0;
     record.ids.clear();
-    record.call = Host::SensorCall::GET_ALL_SENSORS;
+    record.call = ServiceCall::GET_ALL_SENSORS;
     record.callSensor.reset();
     if (record.file != name) {
         record.file = name;
@@ -412,10 +412,10 @@ LineResult ParseLine(const std::string& name, int number, bool checkOnly, std::s
     if (tokens[0][0] == '@') {
         double stamp = 0.0;
         if (!ParseStamp(tokens[0], stamp)) {
-            return fail(Tools::Quote(tokens[0]) + " is not a time stamp (@ and milliseconds)");
+            return fail(Quote(tokens[0]) + " is not a time stamp (@ and milliseconds)");
         }
-        if (stamp > TraceParser::kMaxStampMs) {
-            return fail("time stamp " + Tools::Shorten(tokens[0].substr(1)) +
+        if (stamp > Tools::kMaxStampMs) {
+            return fail("time stamp " + Shorten(tokens[0].substr(1)) +
                         " is too large (at most 1000000000000 ms)");
         }
         if (lastStamp.has_value() && stamp < *lastStamp) {
@@ -439,7 +439,7 @@ LineResult ParseLine(const std::string& name, int number, bool checkOnly, std::s
 
 std::string TraceParser::EarlierStamp(std::string_view text)
 {
-    return "time stamp " + Tools::Shorten(text) + " is earlier than the one before";
+    return "time stamp " + Shorten(text) + " is earlier than the one before";
 }
 
 bool TraceParser::ParseText(const std::string& name, const std::string& text,
@@ -450,8 +450,8 @@ bool TraceParser::ParseText(const std::string& name, const std::string& text,
     size_t start = 0;
     for (int number = 1; start < text.size(); ++number) {
         const size_t end = std::min(text.find('\n', start), text.size());
-        if (end - start > Tools::LineReader::kMaxLineBytes) {
-            error = Tools::LineError(name, number, Tools::LineTooLong());
+        if (end - start > LineReader::kMaxLineBytes) {
+            error = LineError(name, number, LineTooLong());
             return false;
         }
         TraceRecord record;
@@ -473,7 +473,7 @@ bool TraceParser::ParseText(const std::string& name, const std::string& text,
 bool TraceParser::ParseFile(const std::string& path, std::vector<TraceRecord>& records,
                             std::string& error)
 {
-    Tools::InputFile input;
+    InputFile input;
     if (!input.Open(path, error)) {
         return false;
     }
@@ -538,4 +538,4 @@ bool TraceParser::Next(TraceRecord& record, std::string& error)
     return false;
 }
 
-}  // namespace Tarvo::Replay
+}  // namespace Tarvo::Tools

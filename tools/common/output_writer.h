@@ -9,7 +9,7 @@
 
 #include "motion_data.h"
 
-namespace Tarvo::Replay {
+namespace Tarvo::Tools {
 
 class OutputWriter {
 public:
@@ -39,4 +39,4 @@ private:
     bool json_;
 };
 
-}  // namespace Tarvo::Replay
+}  // namespace Tarvo::Tools

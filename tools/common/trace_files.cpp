@@ -7,7 +7,7 @@
 
 #include "line_error.h"
 
-namespace Tarvo::Replay {
+namespace Tarvo::Tools {
 
 TraceFiles::TraceFiles(std::vector<std::string> paths, long splitBytes)
     : paths_(std::move(paths)), splitBytes_(splitBytes)
@@ -20,7 +20,7 @@ bool TraceFiles::Check(std::string& error)
 {
     inputs_.clear();
     for (const std::string& path : paths_) {
-        inputs_.push_back(std::make_unique<Tools::InputFile>());
+        inputs_.push_back(std::make_unique<InputFile>());
         if (!inputs_.back()->Open(path, error) || !CheckFile(path, inputs_.back()->File(), error)) {
             return false;
         }
@@ -105,8 +105,8 @@ bool TraceFiles::CheckFile(const std::string& path, std::FILE* file, std::string
     if (tailFirstStamp.has_value() && head.LastStamp().has_value() &&
         tailFirstStamp->stamp < *head.LastStamp() &&
         offset + tailFirstStamp->line <= tailErrorLine) {
-        error = Tools::LineError(path, offset + tailFirstStamp->line,
-                                 TraceParser::EarlierStamp(tailFirstStamp->text));
+        error = LineError(path, offset + tailFirstStamp->line,
+                          TraceParser::EarlierStamp(tailFirstStamp->text));
         return false;
     }
     error = tailError;
@@ -119,7 +119,7 @@ bool TraceFiles::OpenNext(std::string& error)
     if (next_ == inputs_.size()) {
         return false;
     }
-    Tools::InputFile& input = *inputs_[next_++];
+    InputFile& input = *inputs_[next_++];
     if (!input.Rewind(error)) {
         return false;
     }
@@ -140,4 +140,4 @@ bool TraceFiles::Next(TraceRecord& record, std::string& error)
     }
 }
 
-}  // namespace Tarvo::Replay
+}  // namespace Tarvo::Tools

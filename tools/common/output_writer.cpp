@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <memory>
 
-namespace Tarvo::Replay {
+namespace Tarvo::Tools {
 namespace {
 
 using JsonPtr = std::unique_ptr<cJSON, decltype(&cJSON_Delete)>;
@@ -124,4 +124,4 @@ void OutputWriter::Flush()
     std::fflush(out_);
 }
 
-}  // namespace Tarvo::Replay
+}  // namespace Tarvo::Tools

@@ -7,11 +7,11 @@
 #include "i_motion_algo.h"
 #include "output_writer.h"
 
-namespace Tarvo::Replay {
+namespace Tarvo::Tools {
 
-class ReplayHostCallback : public Quil::IMotionAlgo::Callback {
+class HostCallback : public Quil::IMotionAlgo::Callback {
 public:
-    explicit ReplayHostCallback(OutputWriter& writer) : writer_(writer) {}
+    explicit HostCallback(OutputWriter& writer) : writer_(writer) {}
 
     int OnMotionChanged(const Quil::MotionData& data) override;
 
@@ -26,4 +26,4 @@ private:
     std::atomic<double> stamp_{0.0};
 };
 
-}  // namespace Tarvo::Replay
+}  // namespace Tarvo::Tools

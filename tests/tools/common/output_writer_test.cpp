@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <limits>
 
-namespace Tarvo::Replay::Test {
+namespace Tarvo::Tools::Test {
 namespace {
 
 // Captures what a writer prints.
@@ -81,4 +81,4 @@ TEST(JsonDoubleTest, ShortestRoundTripWithAFractionAndNullForNonFinite)
 }
 
 }  // namespace
-}  // namespace Tarvo::Replay::Test
+}  // namespace Tarvo::Tools::Test

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <random>
 
-namespace Tarvo::Replay::Test {
+namespace Tarvo::Tools::Test {
 namespace {
 
 using testing::ElementsAre;
@@ -57,7 +57,7 @@ TEST(TraceParserTest, ReadsEveryRecordKind)
     EXPECT_EQ(records[14].kind, RecordKind::TOUCH_NO_ITEM);
     EXPECT_TRUE(records[14].ids.empty());
     EXPECT_THAT(records[15].ids, ElementsAre(1, 12));
-    EXPECT_EQ(records[16].call, Host::SensorCall::SET_BATCH);
+    EXPECT_EQ(records[16].call, ServiceCall::SET_BATCH);
     EXPECT_EQ(records[16].callSensor, 5);
     EXPECT_FALSE(records[17].callSensor.has_value());
     EXPECT_EQ(records[18].value, -2);
@@ -257,4 +257,4 @@ TEST(TraceParserTest, ReadingRecordByRecordGivesWhatParsingTheWholeTextGives)
 }
 
 }  // namespace
-}  // namespace Tarvo::Replay::Test
+}  // namespace Tarvo::Tools::Test
