@@ -19,11 +19,6 @@ constexpr size_t kLookaheadRows = 64;
 // Median magnitudes below this are taken as g: at rest a phone reads 1 g or 9.8 m/s².
 constexpr double kMagnitudeSplit = 4.0;
 
-struct Row {
-    int line = 0;
-    std::vector<std::string> cells;
-};
-
 std::string Trim(const std::string& text)
 {
     size_t begin = 0;
@@ -176,14 +171,15 @@ bool IsOtherSensor(const std::string& base)
     return false;
 }
 
-bool MapHeader(const Row& header, CsvReader::Layout& layout, std::optional<TimeUnit>& timeUnit,
-               std::optional<AccUnit>& accUnit, const std::string& name, std::string& error)
+// The columns a header names; the name of the first column it lacks, or null.
+const char* MapHeader(const std::vector<std::string>& header, CsvReader::Layout& layout,
+                      std::optional<TimeUnit>& timeUnit, std::optional<AccUnit>& accUnit)
 {
     layout.time = layout.x = layout.y = layout.z = -1;
     int axisScore[3] = {0, 0, 0};
-    for (size_t i = 0; i < header.cells.size(); ++i) {
+    for (size_t i = 0; i < header.size(); ++i) {
         const int column = static_cast<int>(i);
-        const std::string base = BaseName(header.cells[i]);
+        const std::string base = BaseName(header[i]);
         if (base.empty()) {
             continue;
         }
@@ -197,7 +193,7 @@ bool MapHeader(const Row& header, CsvReader::Layout& layout, std::optional<TimeU
                    base == "seconds") {
             if (layout.time < 0) {
                 layout.time = column;
-                timeUnit = TimeUnitOfName(header.cells[i]);
+                timeUnit = TimeUnitOfName(header[i]);
             }
         } else if (!IsOtherSensor(base)) {
             const char last = base.back();
@@ -210,23 +206,22 @@ bool MapHeader(const Row& header, CsvReader::Layout& layout, std::optional<TimeU
             if (score > axisScore[axis]) {
                 axisScore[axis] = score;
                 (axis == 0 ? layout.x : axis == 1 ? layout.y : layout.z) = column;
-                if (auto unit = AccUnitOfName(header.cells[i])) {
+                if (auto unit = AccUnitOfName(header[i])) {
                     accUnit = unit;
                 }
             }
         }
     }
-    const char* missing = layout.time < 0 ? "time"
-                          : layout.x < 0  ? "x"
-                          : layout.y < 0  ? "y"
-                          : layout.z < 0  ? "z"
-                                          : nullptr;
-    if (missing != nullptr) {
-        error = Tools::LineError(name, header.line,
-                                 std::string("the header names no ") + missing + " column");
-        return false;
-    }
-    return true;
+    return layout.time < 0 ? "time"
+           : layout.x < 0  ? "x"
+           : layout.y < 0  ? "y"
+           : layout.z < 0  ? "z"
+                           : nullptr;
+}
+
+int LastAccColumn(const CsvReader::Layout& layout)
+{
+    return std::max({layout.time, layout.x, layout.y, layout.z});
 }
 
 TimeUnit UnitFromSpacing(double spacing)
@@ -304,147 +299,9 @@ const char* AccUnitName(AccUnit unit)
 bool CsvReader::Read(Tools::LineReader& lines, const Options& options, const LayoutSink& onLayout,
                      const SampleSink& onSample, Counts& counts, std::string& error)
 {
-    const std::string& name = lines.Name();
-    Layout layout;
-    std::optional<TimeUnit> headerTime;
-    std::optional<AccUnit> headerAcc;
-    std::vector<Row> lookahead;
-    bool haveDelimiter = false;
-    bool decided = false;
-    int lineNumber = 0;
+    CsvReader reader(lines.Name(), options, onLayout, onSample, counts, error);
     std::string_view line;
-
-    double firstTime = 0.0;
-    double lastTime = 0.0;
-    bool anySample = false;
-    float scale = 1.0F;
-
-    auto fail = [&](int line, const std::string& problem) {
-        error = Tools::LineError(name, line, problem);
-        return false;
-    };
-    auto number = [&](const Row& row, int column, const char* what, double& value) {
-        if (!ParseNumber(row.cells[static_cast<size_t>(column)], value)) {
-            return fail(row.line, std::string(what) + " is not a number: " +
-                                      Tools::Quote(row.cells[static_cast<size_t>(column)]));
-        }
-        return true;
-    };
-    auto emit = [&](const Row& row) {
-        if (static_cast<int>(row.cells.size()) <=
-            std::max({layout.time, layout.x, layout.y, layout.z})) {
-            return fail(
-                row.line,
-                "expected at least " +
-                    std::to_string(std::max({layout.time, layout.x, layout.y, layout.z}) + 1) +
-                    " columns, got " + std::to_string(row.cells.size()));
-        }
-        double t = 0.0;
-        double v[3] = {0.0, 0.0, 0.0};
-        if (!number(row, layout.time, "time", t) || !number(row, layout.x, "x", v[0]) ||
-            !number(row, layout.y, "y", v[1]) || !number(row, layout.z, "z", v[2])) {
-            return false;
-        }
-        if (!std::isfinite(t)) {
-            return fail(row.line, "time is not finite");
-        }
-        SensorSample sample;
-        for (int c : {layout.prox, layout.light}) {
-            double value = 0.0;
-            if (c >= 0 && c < static_cast<int>(row.cells.size()) &&
-                !row.cells[static_cast<size_t>(c)].empty()) {
-                if (!number(row, c, c == layout.prox ? "proximity" : "light", value)) {
-                    return false;
-                }
-                (c == layout.prox ? sample.prox : sample.light) = ToFloat(value);
-            }
-        }
-        // A sensor that has not started yet reads exactly zero on every axis; a running
-        // accelerometer never does, since gravity is always there.
-        if (v[0] == 0.0 && v[1] == 0.0 && v[2] == 0.0) {
-            ++counts.blank;
-            return true;
-        }
-        if (!anySample) {
-            anySample = true;
-            firstTime = lastTime = t;
-        } else if (t < lastTime) {
-            ++counts.backwards;
-            return true;
-        }
-        lastTime = t;
-        sample.timeMs = (t - firstTime) * MsPerUnit(layout.timeUnit);
-        if (sample.timeMs > Tools::kMaxStampMs) {
-            return fail(row.line,
-                        "time lies more than 1000000000000 ms after the first "
-                        "row's, past what a trace can hold");
-        }
-        sample.x = ToFloat(v[0]) * scale;
-        sample.y = ToFloat(v[1]) * scale;
-        sample.z = ToFloat(v[2]) * scale;
-        ++counts.samples;
-        onSample(sample);
-        return true;
-    };
-    auto decide = [&]() {
-        // Time unit: option, header, else the typical spacing of the first stamps.
-        std::vector<double> times;
-        std::vector<double> magnitudes;
-        for (const Row& row : lookahead) {
-            double t = 0.0;
-            double v[3] = {0.0, 0.0, 0.0};
-            const int last = std::max({layout.time, layout.x, layout.y, layout.z});
-            if (static_cast<int>(row.cells.size()) > last &&
-                ParseNumber(row.cells[static_cast<size_t>(layout.time)], t) &&
-                ParseNumber(row.cells[static_cast<size_t>(layout.x)], v[0]) &&
-                ParseNumber(row.cells[static_cast<size_t>(layout.y)], v[1]) &&
-                ParseNumber(row.cells[static_cast<size_t>(layout.z)], v[2])) {
-                times.push_back(t);
-                magnitudes.push_back(std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]));
-            }
-        }
-        if (options.time) {
-            layout.timeUnit = *options.time;
-            layout.timeUnitFrom = "option";
-        } else if (headerTime) {
-            layout.timeUnit = *headerTime;
-            layout.timeUnitFrom = "header";
-        } else {
-            std::vector<double> steps;
-            for (size_t i = 1; i < times.size(); ++i) {
-                if (times[i] > times[i - 1]) {
-                    steps.push_back(times[i] - times[i - 1]);
-                }
-            }
-            layout.timeUnit = steps.empty() ? TimeUnit::NS : UnitFromSpacing(Median(steps));
-            layout.timeUnitFrom = "spacing";
-        }
-        if (options.units) {
-            layout.accUnit = *options.units;
-            layout.accUnitFrom = "option";
-        } else if (headerAcc) {
-            layout.accUnit = *headerAcc;
-            layout.accUnitFrom = "header";
-        } else {
-            layout.accUnit = Median(magnitudes) < kMagnitudeSplit && !magnitudes.empty()
-                                 ? AccUnit::G
-                                 : AccUnit::MS2;
-            layout.accUnitFrom = "magnitude";
-        }
-        scale = layout.accUnit == AccUnit::G ? kStandardGravity : 1.0F;
-        onLayout(layout);
-        decided = true;
-        for (const Row& row : lookahead) {
-            if (!emit(row)) {
-                return false;
-            }
-        }
-        lookahead.clear();
-        return true;
-    };
-
     while (lines.Next(line, error)) {
-        lineNumber = lines.Line();
         std::string text(line);
         if (!text.empty() && text.back() == '\r') {
             text.pop_back();
@@ -453,53 +310,190 @@ bool CsvReader::Read(Tools::LineReader& lines, const Options& options, const Lay
         if (trimmed.empty() || trimmed[0] == '#') {
             continue;
         }
-        if (!haveDelimiter) {
-            haveDelimiter = true;
-            layout.delimiter = Contains(trimmed, ",")    ? ','
-                               : Contains(trimmed, ";")  ? ';'
-                               : Contains(trimmed, "\t") ? '\t'
-                                                         : ' ';
-            Row first{lineNumber, Split(trimmed, layout.delimiter)};
-            double ignored = 0.0;
-            layout.header = !std::all_of(
-                first.cells.begin(), first.cells.end(),
-                [&ignored](const std::string& cell) { return ParseNumber(cell, ignored); });
-            if (layout.header) {
-                if (!MapHeader(first, layout, headerTime, headerAcc, name, error)) {
-                    return false;
-                }
-                continue;
-            }
-            if (first.cells.size() < 4) {
-                return fail(lineNumber,
-                            "expected a header or at least 4 columns (time, x, y, z), got " +
-                                std::to_string(first.cells.size()));
-            }
-            lookahead.push_back(std::move(first));
-            continue;
+        if (!reader.haveDialect_) {
+            reader.layout_.delimiter = Contains(trimmed, ",")    ? ','
+                                       : Contains(trimmed, ";")  ? ';'
+                                       : Contains(trimmed, "\t") ? '\t'
+                                                                 : ' ';
         }
-        Row row{lineNumber, Split(trimmed, layout.delimiter)};
-        if (decided) {
-            if (!emit(row)) {
-                return false;
-            }
-        } else {
-            lookahead.push_back(std::move(row));
-            if (lookahead.size() >= kLookaheadRows && !decide()) {
-                return false;
-            }
+        if (!reader.TakeRow(Row{lines.Line(), Split(trimmed, reader.layout_.delimiter)})) {
+            return false;
         }
     }
-    if (!error.empty()) {
-        return false;
-    }
-    if (!decided && !decide()) {
+    if (!error.empty() || (!reader.settled_ && !reader.SettleUnits())) {
         return false;
     }
     if (counts.samples == 0) {
-        error = name + ": no usable sample";
+        error = lines.Name() + ": no usable sample";
         return false;
     }
+    return true;
+}
+
+CsvReader::CsvReader(const std::string& name, const Options& options, const LayoutSink& onLayout,
+                     const SampleSink& onSample, Counts& counts, std::string& error)
+    : name_(name),
+      options_(options),
+      onLayout_(onLayout),
+      onSample_(onSample),
+      counts_(counts),
+      error_(error)
+{
+}
+
+bool CsvReader::Fail(int line, const std::string& problem)
+{
+    error_ = Tools::LineError(name_, line, problem);
+    return false;
+}
+
+bool CsvReader::TakeRow(Row row)
+{
+    if (!haveDialect_) {
+        return TakeFirstRow(std::move(row));
+    }
+    if (settled_) {
+        return Emit(row);
+    }
+    held_.push_back(std::move(row));
+    return held_.size() < kLookaheadRows || SettleUnits();
+}
+
+bool CsvReader::TakeFirstRow(Row first)
+{
+    haveDialect_ = true;
+    double ignored = 0.0;
+    layout_.header =
+        !std::all_of(first.cells.begin(), first.cells.end(),
+                     [&ignored](const std::string& cell) { return ParseNumber(cell, ignored); });
+    if (layout_.header) {
+        const char* missing = MapHeader(first.cells, layout_, headerTime_, headerAcc_);
+        return missing == nullptr ||
+               Fail(first.line, std::string("the header names no ") + missing + " column");
+    }
+    if (first.cells.size() < 4) {
+        return Fail(first.line, "expected a header or at least 4 columns (time, x, y, z), got " +
+                                    std::to_string(first.cells.size()));
+    }
+    held_.push_back(std::move(first));
+    return true;
+}
+
+TimeUnit CsvReader::TimeUnitOfRows() const
+{
+    // The typical spacing of the first stamps.
+    std::vector<double> steps;
+    double before = 0.0;
+    bool first = true;
+    for (const Row& row : held_) {
+        double t = 0.0;
+        if (static_cast<int>(row.cells.size()) <= LastAccColumn(layout_) ||
+            !ParseNumber(row.cells[static_cast<size_t>(layout_.time)], t)) {
+            continue;
+        }
+        if (!first && t > before) {
+            steps.push_back(t - before);
+        }
+        first = false;
+        before = t;
+    }
+    return steps.empty() ? TimeUnit::NS : UnitFromSpacing(Median(steps));
+}
+
+AccUnit CsvReader::AccUnitOfRows() const
+{
+    std::vector<double> magnitudes;
+    for (const Row& row : held_) {
+        double v[3] = {0.0, 0.0, 0.0};
+        if (static_cast<int>(row.cells.size()) > LastAccColumn(layout_) &&
+            ParseNumber(row.cells[static_cast<size_t>(layout_.x)], v[0]) &&
+            ParseNumber(row.cells[static_cast<size_t>(layout_.y)], v[1]) &&
+            ParseNumber(row.cells[static_cast<size_t>(layout_.z)], v[2])) {
+            magnitudes.push_back(std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]));
+        }
+    }
+    return !magnitudes.empty() && Median(magnitudes) < kMagnitudeSplit ? AccUnit::G : AccUnit::MS2;
+}
+
+bool CsvReader::SettleUnits()
+{
+    // Each unit from the option, else the header, else what the first rows look like.
+    layout_.timeUnitFrom = options_.time ? "option" : headerTime_ ? "header" : "spacing";
+    layout_.timeUnit = options_.time ? *options_.time
+                       : headerTime_ ? *headerTime_
+                                     : TimeUnitOfRows();
+    layout_.accUnitFrom = options_.units ? "option" : headerAcc_ ? "header" : "magnitude";
+    layout_.accUnit = options_.units ? *options_.units : headerAcc_ ? *headerAcc_ : AccUnitOfRows();
+    scale_ = layout_.accUnit == AccUnit::G ? kStandardGravity : 1.0F;
+    onLayout_(layout_);
+    settled_ = true;
+    for (const Row& row : held_) {
+        if (!Emit(row)) {
+            return false;
+        }
+    }
+    held_.clear();
+    return true;
+}
+
+bool CsvReader::Number(const Row& row, int column, const char* what, double& value)
+{
+    const std::string& cell = row.cells[static_cast<size_t>(column)];
+    return ParseNumber(cell, value) ||
+           Fail(row.line, std::string(what) + " is not a number: " + Tools::Quote(cell));
+}
+
+bool CsvReader::Emit(const Row& row)
+{
+    if (static_cast<int>(row.cells.size()) <= LastAccColumn(layout_)) {
+        return Fail(row.line, "expected at least " + std::to_string(LastAccColumn(layout_) + 1) +
+                                  " columns, got " + std::to_string(row.cells.size()));
+    }
+    double t = 0.0;
+    double v[3] = {0.0, 0.0, 0.0};
+    if (!Number(row, layout_.time, "time", t) || !Number(row, layout_.x, "x", v[0]) ||
+        !Number(row, layout_.y, "y", v[1]) || !Number(row, layout_.z, "z", v[2])) {
+        return false;
+    }
+    if (!std::isfinite(t)) {
+        return Fail(row.line, "time is not finite");
+    }
+    SensorSample sample;
+    for (int c : {layout_.prox, layout_.light}) {
+        double value = 0.0;
+        if (c >= 0 && c < static_cast<int>(row.cells.size()) &&
+            !row.cells[static_cast<size_t>(c)].empty()) {
+            if (!Number(row, c, c == layout_.prox ? "proximity" : "light", value)) {
+                return false;
+            }
+            (c == layout_.prox ? sample.prox : sample.light) = ToFloat(value);
+        }
+    }
+    // A sensor that has not started yet reads exactly zero on every axis; a running
+    // accelerometer never does, since gravity is always there.
+    if (v[0] == 0.0 && v[1] == 0.0 && v[2] == 0.0) {
+        ++counts_.blank;
+        return true;
+    }
+    if (!anySample_) {
+        anySample_ = true;
+        firstTime_ = lastTime_ = t;
+    } else if (t < lastTime_) {
+        ++counts_.backwards;
+        return true;
+    }
+    lastTime_ = t;
+    sample.timeMs = (t - firstTime_) * MsPerUnit(layout_.timeUnit);
+    if (sample.timeMs > Tools::kMaxStampMs) {
+        return Fail(row.line,
+                    "time lies more than 1000000000000 ms after the first row's, past "
+                    "what a trace can hold");
+    }
+    sample.x = ToFloat(v[0]) * scale_;
+    sample.y = ToFloat(v[1]) * scale_;
+    sample.z = ToFloat(v[2]) * scale_;
+    ++counts_.samples;
+    onSample_(sample);
     return true;
 }
 

@@ -7,9 +7,9 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "line_reader.h"
-
 #include "sensor_resampler.h"
 
 namespace Tarvo::Import {
@@ -49,6 +49,47 @@ public:
     // sample.
     static bool Read(Tools::LineReader& lines, const Options& options, const LayoutSink& onLayout,
                      const SampleSink& onSample, Counts& counts, std::string& error);
+
+private:
+    struct Row {
+        int line = 0;
+        std::vector<std::string> cells;
+    };
+
+    CsvReader(const std::string& name, const Options& options, const LayoutSink& onLayout,
+              const SampleSink& onSample, Counts& counts, std::string& error);
+
+    // One non-blank line: the first settles the dialect, the next are held until the
+    // units are settled, then each row becomes a sample.
+    bool TakeRow(Row row);
+    // The delimiter, and whether the first row is a header naming the columns.
+    bool TakeFirstRow(Row first);
+    // The units, from the options, the header or the rows held; then those rows.
+    bool SettleUnits();
+    TimeUnit TimeUnitOfRows() const;
+    AccUnit AccUnitOfRows() const;
+    // One row as a sample, or skipped (blank, or its time went back).
+    bool Emit(const Row& row);
+    bool Number(const Row& row, int column, const char* what, double& value);
+    bool Fail(int line, const std::string& problem);
+
+    const std::string& name_;
+    const Options& options_;
+    const LayoutSink& onLayout_;
+    const SampleSink& onSample_;
+    Counts& counts_;
+    std::string& error_;
+
+    Layout layout_;
+    bool haveDialect_ = false;
+    bool settled_ = false;
+    std::optional<TimeUnit> headerTime_;
+    std::optional<AccUnit> headerAcc_;
+    std::vector<Row> held_;  // rows read before the units are settled
+    bool anySample_ = false;
+    double firstTime_ = 0.0;
+    double lastTime_ = 0.0;
+    float scale_ = 1.0F;
 };
 
 }  // namespace Tarvo::Import
