@@ -1,29 +1,13 @@
 #include "multi_touch_decoder.h"
 
+#include <linux/input-event-codes.h>
+
 #include <algorithm>
 #include <limits>
 #include <utility>
 
 namespace Tarvo::Input {
 namespace {
-
-// evdev event types and codes (linux/input-event-codes.h), spelled out so the decoder
-// builds where that header is absent.
-constexpr uint16_t kEvSyn = 0x00;
-constexpr uint16_t kEvKey = 0x01;
-constexpr uint16_t kEvAbs = 0x03;
-constexpr uint16_t kSynReport = 0;
-constexpr uint16_t kSynMtReport = 2;
-constexpr uint16_t kSynDropped = 3;
-constexpr uint16_t kBtnTouch = 0x14a;
-constexpr uint16_t kAbsX = 0x00;
-constexpr uint16_t kAbsY = 0x01;
-constexpr uint16_t kAbsMtFirst = 0x2f;  // ABS_MT_SLOT
-constexpr uint16_t kAbsMtLast = 0x3d;   // ABS_MT_TOOL_Y
-constexpr uint16_t kAbsMtSlot = 0x2f;
-constexpr uint16_t kAbsMtPositionX = 0x35;
-constexpr uint16_t kAbsMtPositionY = 0x36;
-constexpr uint16_t kAbsMtTrackingId = 0x39;
 
 // Protocol A contacts without a tracking id get keys from here up, clear of any
 // 32-bit tracking id.
@@ -58,13 +42,13 @@ FeedResult MultiTouchDecoder::Feed(uint16_t type, uint16_t code, int32_t value, 
                                    std::vector<TouchEvent>& out)
 {
     switch (type) {
-        case kEvSyn:
+        case EV_SYN:
             return FeedSyn(code, timeUs, out);
-        case kEvAbs:
+        case EV_ABS:
             FeedAbs(code, value);
             break;
-        case kEvKey:
-            if (code == kBtnTouch) {
+        case EV_KEY:
+            if (code == BTN_TOUCH) {
                 singleTouching_ = value != 0;
                 frameTouchesA_ = true;
             } else {
@@ -80,19 +64,19 @@ FeedResult MultiTouchDecoder::Feed(uint16_t type, uint16_t code, int32_t value, 
 
 void MultiTouchDecoder::FeedAbs(uint16_t code, int32_t value)
 {
-    if (code == kAbsX || code == kAbsY) {
-        (code == kAbsX ? single_.x : single_.y) = value;
-        (code == kAbsX ? single_.hasX : single_.hasY) = true;
+    if (code == ABS_X || code == ABS_Y) {
+        (code == ABS_X ? single_.x : single_.y) = value;
+        (code == ABS_X ? single_.hasX : single_.hasY) = true;
         frameTouchesA_ = true;
         return;
     }
-    if (code < kAbsMtFirst || code > kAbsMtLast) {
+    if (code < ABS_MT_SLOT || code > ABS_MT_TOOL_Y) {
         frameOther_ = true;
         return;
     }
     sawMultiTouch_ = true;
     frameTouchesA_ = true;
-    if (code == kAbsMtSlot) {
+    if (code == ABS_MT_SLOT) {
         currentSlot_ = value;
         return;
     }
@@ -102,13 +86,13 @@ void MultiTouchDecoder::FeedAbs(uint16_t code, int32_t value)
     // The same axes feed the protocol B slot and the protocol A contact; which one
     // counts is decided when the frame closes.
     switch (code) {
-        case kAbsMtTrackingId:
+        case ABS_MT_TRACKING_ID:
             if (slot != nullptr) {
                 slot->trackingId = value < 0 ? -1 : value;
             }
             contactA_.trackingId = value < 0 ? -1 : value;
             break;
-        case kAbsMtPositionX:
+        case ABS_MT_POSITION_X:
             if (slot != nullptr) {
                 slot->x = value;
                 slot->hasX = true;
@@ -116,7 +100,7 @@ void MultiTouchDecoder::FeedAbs(uint16_t code, int32_t value)
             contactA_.x = value;
             contactA_.hasX = true;
             break;
-        case kAbsMtPositionY:
+        case ABS_MT_POSITION_Y:
             if (slot != nullptr) {
                 slot->y = value;
                 slot->hasY = true;
@@ -131,13 +115,13 @@ void MultiTouchDecoder::FeedAbs(uint16_t code, int32_t value)
 
 FeedResult MultiTouchDecoder::FeedSyn(uint16_t code, int64_t timeUs, std::vector<TouchEvent>& out)
 {
-    if (code == kSynMtReport) {
+    if (code == SYN_MT_REPORT) {
         protocolA_ = true;
         sawMultiTouch_ = true;
         CloseContactA();
         return FeedResult::CONSUMED;
     }
-    if (code == kSynDropped) {
+    if (code == SYN_DROPPED) {
         if (!dropping_) {
             ++droppedStretches_;
         }
@@ -146,7 +130,7 @@ FeedResult MultiTouchDecoder::FeedSyn(uint16_t code, int64_t timeUs, std::vector
         contactA_ = Slot{};
         return FeedResult::DROPPED;
     }
-    if (code != kSynReport) {
+    if (code != SYN_REPORT) {
         return FeedResult::CONSUMED;
     }
 

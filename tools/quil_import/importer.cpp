@@ -1,5 +1,7 @@
 #include "importer.h"
 
+#include <linux/input-event-codes.h>
+
 #include <algorithm>
 #include <memory>
 #include <set>
@@ -19,16 +21,6 @@ namespace {
 constexpr double kGapBetweenFilesMs = 1000.0;
 constexpr size_t kDetectBytes = 4096;
 
-constexpr uint16_t kEvSyn = 0;
-constexpr uint16_t kEvAbs = 3;
-constexpr uint16_t kSynMtReport = 2;
-constexpr uint16_t kSynDropped = 3;
-constexpr uint16_t kAbsX = 0x00;
-constexpr uint16_t kAbsY = 0x01;
-constexpr uint16_t kAbsMtSlot = 0x2f;
-constexpr uint16_t kAbsMtPositionX = 0x35;
-constexpr uint16_t kAbsMtPositionY = 0x36;
-
 // Device motions (pickup, ear, flip, rotation, shake, pocket) and gestures (edge
 // swipes right, left, bottom, pinch, three-finger slide).
 const std::vector<int32_t> kSensorTypes = {0, 2, 3, 4, 6, 7};
@@ -36,7 +28,7 @@ const std::vector<int32_t> kGestureTypes = {9, 10, 11, 12, 13};
 
 bool IsTouchAxis(uint16_t code)
 {
-    return code == kAbsX || code == kAbsY || (code >= kAbsMtSlot && code <= 0x3d);
+    return code == ABS_X || code == ABS_Y || (code >= ABS_MT_SLOT && code <= ABS_MT_TOOL_Y);
 }
 
 std::string Range(const Input::AxisRange& range)
@@ -190,163 +182,142 @@ bool Importer::ImportCsv(Tools::InputFile& input, std::string& error)
     return true;
 }
 
-bool Importer::ImportEvents(Tools::InputFile& input, Format format, std::string& error)
+bool Importer::ReadEvents(Tools::InputFile& input, Format format, const AxisSink& onAxis,
+                          const EventSink& onEvent, std::string& error)
 {
-    const std::string& path = input.Name();
-    auto read = [&](const AxisSink& onAxis, const EventSink& onEvent) {
-        if (!input.Rewind(error)) {
-            return false;
-        }
-        Tools::LineReader lines(path, input.File());
-        return format == Format::EVEMU ? EvemuReader::Read(lines, onAxis, onEvent, error)
-                                       : GeteventReader::Read(lines, onAxis, onEvent, error);
-    };
+    if (!input.Rewind(error)) {
+        return false;
+    }
+    Tools::LineReader lines(input.Name(), input.File());
+    return format == Format::EVEMU ? EvemuReader::Read(lines, onAxis, onEvent, error)
+                                   : GeteventReader::Read(lines, onAxis, onEvent, error);
+}
 
-    // First pass: what the file declares, which device is the touch screen, the largest
-    // values seen, and that every line reads.
-    std::map<std::string, Axes> declared;
-    std::map<std::string, std::pair<int32_t, int32_t>> largest;  // MT position, per device
-    std::map<std::string, std::pair<int32_t, int32_t>> largestSingle;
-    std::string touchDevice;
-    bool haveTouchDevice = false;
-    size_t events = 0;
-    const bool pass1 = read(
-        [&](const std::string& device, uint16_t code, int32_t min, int32_t max) {
-            declared[device].ranges[code] = {min, max};
+bool Importer::Survey(Tools::InputFile& input, Format format, EventSurvey& survey,
+                      std::string& error)
+{
+    // What the file declares, which device is the touch screen, the largest values
+    // seen, and that every line reads.
+    return ReadEvents(
+        input, format,
+        [&survey](const std::string& device, uint16_t code, int32_t min, int32_t max) {
+            survey.declared[device].ranges[code] = {min, max};
         },
-        [&](const std::string& device, const RawEvent& e) {
-            ++events;
-            const bool touch = (e.type == kEvAbs && IsTouchAxis(e.code)) ||
-                               (e.type == kEvSyn && e.code == kSynMtReport);
-            if (touch && !haveTouchDevice) {
-                haveTouchDevice = true;
-                touchDevice = device;
+        [&survey](const std::string& device, const RawEvent& e) {
+            ++survey.events;
+            const bool touch = (e.type == EV_ABS && IsTouchAxis(e.code)) ||
+                               (e.type == EV_SYN && e.code == SYN_MT_REPORT);
+            if (touch && !survey.touchDevice) {
+                survey.touchDevice = device;
             }
-            if (e.type == kEvAbs) {
-                auto& big = e.code >= kAbsMtSlot ? largest[device] : largestSingle[device];
-                if (e.code == kAbsMtPositionX || e.code == kAbsX) {
+            if (e.type == EV_ABS) {
+                auto& big =
+                    e.code >= ABS_MT_SLOT ? survey.largest[device] : survey.largestSingle[device];
+                if (e.code == ABS_MT_POSITION_X || e.code == ABS_X) {
                     big.first = std::max(big.first, e.value);
-                } else if (e.code == kAbsMtPositionY || e.code == kAbsY) {
+                } else if (e.code == ABS_MT_POSITION_Y || e.code == ABS_Y) {
                     big.second = std::max(big.second, e.value);
                 }
             }
-        });
-    if (!pass1) {
-        return false;
-    }
-    if (events == 0) {
-        // A description on its own (evemu .desc): it serves the files that follow.
-        if (format == Format::EVEMU && !declared[""].ranges.empty()) {
-            description_ = declared[""];
-            writer_.Comment(path + ": device description");
-            return true;
-        }
-        error = path + ": no events";
-        return false;
-    }
-    if (!haveTouchDevice) {
-        error = path + ": no touch event";
-        return false;
-    }
+        },
+        error);
+}
 
-    // Axis ranges: the recording's own (for its touch device, or the only described
-    // device with touch axes), then an earlier description, then --axes, then the
-    // largest values seen.
+Importer::TouchAxes Importer::ChooseAxes(const EventSurvey& survey, const std::string& path)
+{
+    // The recording's own ranges (for its touch device, or the only described device
+    // with touch axes), then an earlier description, then --axes, then the largest
+    // values seen.
+    const std::string& device = *survey.touchDevice;
     const Axes* own = nullptr;
-    if (declared.count(touchDevice) != 0) {
-        own = &declared[touchDevice];
+    if (survey.declared.count(device) != 0) {
+        own = &survey.declared.at(device);
     } else {
-        for (const auto& [device, axes] : declared) {
-            if (axes.ranges.count(kAbsMtPositionX) != 0 || axes.ranges.count(kAbsX) != 0) {
+        for (const auto& [other, axes] : survey.declared) {
+            if (axes.ranges.count(ABS_MT_POSITION_X) != 0 || axes.ranges.count(ABS_X) != 0) {
                 own = &axes;
                 break;
             }
         }
     }
-    const bool multiTouch = largest.count(touchDevice) != 0;
-    const uint16_t codeX = multiTouch ? kAbsMtPositionX : kAbsX;
-    const uint16_t codeY = multiTouch ? kAbsMtPositionY : kAbsY;
-    std::optional<Input::AxisRange> rangeX;
-    std::optional<Input::AxisRange> rangeY;
-    std::string from;
+    const bool multiTouch = survey.largest.count(device) != 0;
+    const uint16_t codeX = multiTouch ? ABS_MT_POSITION_X : ABS_X;
+    const uint16_t codeY = multiTouch ? ABS_MT_POSITION_Y : ABS_Y;
+    TouchAxes chosen;
     for (const Axes* axes : {own, static_cast<const Axes*>(&description_)}) {
         if (axes != nullptr && axes->ranges.count(codeX) != 0 && axes->ranges.count(codeY) != 0) {
-            rangeX = axes->ranges.at(codeX);
-            rangeY = axes->ranges.at(codeY);
-            from = axes == own ? "the recording" : "the description";
+            chosen.x = axes->ranges.at(codeX);
+            chosen.y = axes->ranges.at(codeY);
+            chosen.from = axes == own ? "the recording" : "the description";
             break;
         }
     }
-    if (!rangeX && options_.axes) {
-        rangeX = Input::AxisRange{0, options_.axes->first};
-        rangeY = Input::AxisRange{0, options_.axes->second};
-        from = "--axes";
+    if (chosen.from.empty() && options_.axes) {
+        chosen.x = Input::AxisRange{0, options_.axes->first};
+        chosen.y = Input::AxisRange{0, options_.axes->second};
+        chosen.from = "--axes";
     }
-    if (!rangeX) {
-        const auto big = multiTouch ? largest[touchDevice] : largestSingle[touchDevice];
-        rangeX = Input::AxisRange{0, big.first};
-        rangeY = Input::AxisRange{0, big.second};
-        from = "the largest values seen";
+    if (chosen.from.empty()) {
+        const auto big = (multiTouch ? survey.largest : survey.largestSingle).at(device);
+        chosen.x = Input::AxisRange{0, big.first};
+        chosen.y = Input::AxisRange{0, big.second};
+        chosen.from = "the largest values seen";
         Warn(path + ": no axis ranges; scaling X 0.." + std::to_string(big.first) + " and Y 0.." +
              std::to_string(big.second) +
              " (the largest values seen) to the display; give --axes XMAX,YMAX");
     }
-    int slots = Input::MultiTouchDecoder::kMaxSlots;
     for (const Axes* axes : {own, static_cast<const Axes*>(&description_)}) {
-        if (axes != nullptr && axes->ranges.count(kAbsMtSlot) != 0) {
+        if (axes != nullptr && axes->ranges.count(ABS_MT_SLOT) != 0) {
             // In 64 bits: a declared maximum may be anything up to INT32_MAX.
-            slots =
-                static_cast<int>(std::clamp<int64_t>(int64_t{axes->ranges.at(kAbsMtSlot).max} + 1,
+            chosen.slots =
+                static_cast<int>(std::clamp<int64_t>(int64_t{axes->ranges.at(ABS_MT_SLOT).max} + 1,
                                                      1, Input::MultiTouchDecoder::kMaxSlots));
             break;
         }
     }
-    writer_.Comment(path + ": " + (format == Format::EVEMU ? "evemu" : "getevent") +
-                    (touchDevice.empty() ? "" : " " + touchDevice) + ", X " + Range(*rangeX) +
-                    ", Y " + Range(*rangeY) + " from " + from);
+    return chosen;
+}
 
-    // Second pass: decode and write.
-    const Input::DisplayMapper mapper(*rangeX, *rangeY, options_.width, options_.height,
+bool Importer::DecodeTouches(Tools::InputFile& input, Format format, const std::string& device,
+                             const TouchAxes& axes, std::string& error)
+{
+    const std::string& path = input.Name();
+    const Input::DisplayMapper mapper(axes.x, axes.y, options_.width, options_.height,
                                       options_.rotate);
-    Input::MultiTouchDecoder decoder(slots);
+    Input::MultiTouchDecoder decoder(axes.slots);
     std::vector<Input::TouchEvent> touches;
     std::optional<int64_t> firstUs;
     std::optional<int> tooLate;  // the line of the first event past a trace's end
     const double offset = offsetMs_;
     double end = -1.0;
-    const bool pass2 =
-        read([](const std::string&, uint16_t, int32_t, int32_t) {},
-             [&](const std::string& device, const RawEvent& e) {
-                 if (device != touchDevice) {
-                     return;
-                 }
-                 touches.clear();
-                 decoder.Feed(e.type, e.code, e.value, e.timeUs, touches);
-                 if (e.type == kEvSyn && e.code == kSynDropped) {
-                     Warn(path + ":" + std::to_string(e.line) +
-                          ": SYN_DROPPED: events were lost; frames dropped up "
-                          "to the next full report");
-                 }
-                 for (const Input::TouchEvent& t : touches) {
-                     if (!firstUs) {
-                         firstUs = t.timeUs;  // the trace starts with the first touch
-                     }
-                     int32_t x = 0;
-                     int32_t y = 0;
-                     mapper.Map(t.x, t.y, x, y);
-                     // In double: the times are the recording's, any 64-bit value.
-                     const double at =
-                         offset +
-                         (static_cast<double>(t.timeUs) - static_cast<double>(*firstUs)) / 1000.0;
-                     if (at > Tools::kMaxStampMs) {
-                         tooLate = tooLate ? tooLate : e.line;
-                         continue;
-                     }
-                     writer_.Touch(at, static_cast<int32_t>(t.action), t.id, x, y, t.ids);
-                     end = std::max(end, at);
-                 }
-             });
-    if (!pass2) {
+    const auto onEvent = [&](const std::string& from, const RawEvent& e) {
+        if (from != device) {
+            return;
+        }
+        touches.clear();
+        decoder.Feed(e.type, e.code, e.value, e.timeUs, touches);
+        if (e.type == EV_SYN && e.code == SYN_DROPPED) {
+            Warn(path + ":" + std::to_string(e.line) +
+                 ": SYN_DROPPED: events were lost; frames dropped up to the next full report");
+        }
+        for (const Input::TouchEvent& t : touches) {
+            firstUs = firstUs ? firstUs : t.timeUs;  // the trace starts with the first touch
+            // In double: the times are the recording's, any 64-bit value.
+            const double at =
+                offset + (static_cast<double>(t.timeUs) - static_cast<double>(*firstUs)) / 1000.0;
+            if (at > Tools::kMaxStampMs) {
+                tooLate = tooLate ? tooLate : e.line;
+                continue;
+            }
+            int32_t x = 0;
+            int32_t y = 0;
+            mapper.Map(t.x, t.y, x, y);
+            writer_.Touch(at, static_cast<int32_t>(t.action), t.id, x, y, t.ids);
+            end = std::max(end, at);
+        }
+    };
+    if (!ReadEvents(
+            input, format, [](const std::string&, uint16_t, int32_t, int32_t) {}, onEvent, error)) {
         return false;
     }
     if (tooLate) {
@@ -362,6 +333,34 @@ bool Importer::ImportEvents(Tools::InputFile& input, Format format, std::string&
     endMs_ = std::max(endMs_, end);
     offsetMs_ = endMs_ + kGapBetweenFilesMs;
     return true;
+}
+
+bool Importer::ImportEvents(Tools::InputFile& input, Format format, std::string& error)
+{
+    const std::string& path = input.Name();
+    EventSurvey survey;
+    if (!Survey(input, format, survey, error)) {
+        return false;
+    }
+    if (survey.events == 0) {
+        // A description on its own (evemu .desc): it serves the files that follow.
+        if (format == Format::EVEMU && !survey.declared[""].ranges.empty()) {
+            description_ = survey.declared[""];
+            writer_.Comment(path + ": device description");
+            return true;
+        }
+        error = path + ": no events";
+        return false;
+    }
+    if (!survey.touchDevice) {
+        error = path + ": no touch event";
+        return false;
+    }
+    const TouchAxes axes = ChooseAxes(survey, path);
+    writer_.Comment(path + ": " + (format == Format::EVEMU ? "evemu" : "getevent") +
+                    (survey.touchDevice->empty() ? "" : " " + *survey.touchDevice) + ", X " +
+                    Range(axes.x) + ", Y " + Range(axes.y) + " from " + axes.from);
+    return DecodeTouches(input, format, *survey.touchDevice, axes, error);
 }
 
 }  // namespace Tarvo::Import

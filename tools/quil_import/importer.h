@@ -11,6 +11,8 @@
 #include "display_mapper.h"
 #include "import_options.h"
 #include "input_file.h"
+#include "multi_touch_decoder.h"
+#include "raw_event.h"
 #include "trace_writer.h"
 
 namespace Tarvo::Import {
@@ -35,8 +37,31 @@ private:
         std::map<uint16_t, Input::AxisRange> ranges;  // by ABS code
     };
 
+    // What a first pass over an event recording finds.
+    struct EventSurvey {
+        std::map<std::string, Axes> declared;                        // by device
+        std::map<std::string, std::pair<int32_t, int32_t>> largest;  // MT positions, per device
+        std::map<std::string, std::pair<int32_t, int32_t>> largestSingle;
+        std::optional<std::string> touchDevice;  // the first device with touch events
+        size_t events = 0;
+    };
+    // The ranges touches are scaled from, where they came from, and the slot count.
+    struct TouchAxes {
+        Input::AxisRange x;
+        Input::AxisRange y;
+        std::string from;
+        int slots = Input::MultiTouchDecoder::kMaxSlots;
+    };
+
     bool ImportCsv(Tools::InputFile& input, std::string& error);
     bool ImportEvents(Tools::InputFile& input, Format format, std::string& error);
+    bool ReadEvents(Tools::InputFile& input, Format format, const AxisSink& onAxis,
+                    const EventSink& onEvent, std::string& error);
+    bool Survey(Tools::InputFile& input, Format format, EventSurvey& survey, std::string& error);
+    TouchAxes ChooseAxes(const EventSurvey& survey, const std::string& path);
+    // The second pass: the touch device's events decoded, scaled and written.
+    bool DecodeTouches(Tools::InputFile& input, Format format, const std::string& device,
+                       const TouchAxes& axes, std::string& error);
     void Warn(const std::string& text);
 
     const ImportOptions& options_;
