@@ -140,7 +140,8 @@ bool ParseChoice(const std::string& text, const std::vector<std::string>& choice
     for (const std::string& choice : choices) {
         known += (known.empty() ? "" : ", ") + choice;
     }
-    problem = std::string(noun) + " " + Quote(text) + " is not one of " + known;
+    problem =
+        (*noun != '\0' ? std::string(noun) + " " : "") + Quote(text) + " is not one of " + known;
     return false;
 }
 

@@ -75,7 +75,8 @@ bool ParseInteger(const std::string& text, long long min, long long max, long lo
 bool ParseNumber(const std::string& text, double min, double max, double& value,
                  std::string& problem, const char* noun);
 
-// One of `choices`; `index` is its place among them.
+// One of `choices`; `index` is its place among them. `noun` may be empty when the
+// option's name says it all.
 bool ParseChoice(const std::string& text, const std::vector<std::string>& choices, size_t& index,
                  std::string& problem, const char* noun);
 

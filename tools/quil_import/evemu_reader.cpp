@@ -1,5 +1,7 @@
 #include "evemu_reader.h"
 
+#include <linux/input-event-codes.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <limits>
@@ -10,8 +12,6 @@
 
 namespace Tarvo::Import {
 namespace {
-
-constexpr int kEvAbs = 3;
 
 bool ParseInt(const std::string& text, int base, long long& value)
 {
@@ -67,120 +67,133 @@ bool EvemuReader::Looks(const std::string& firstLines)
 bool EvemuReader::Read(Tools::LineReader& lines, const AxisSink& onAxis, const EventSink& onEvent,
                        std::string& error)
 {
-    const std::string& name = lines.Name();
+    EvemuReader reader(lines.Name(), onAxis, onEvent, error);
     std::string_view view;
     std::string line;
-    int number = 0;
-    // The comment block: "#   Event type 3 (EV_ABS)", "#     Event code 53 (...)",
-    // "#       Min 0", "#       Max 1279".
-    long long commentType = -1;
-    long long commentCode = -1;
-    long long commentMin = 0;
-    bool haveCommentMin = false;
-    auto fail = [&](const std::string& problem) {
-        error = Tools::LineError(name, number, problem);
-        return false;
-    };
     while (lines.Next(view, error)) {
-        number = lines.Line();
+        reader.number_ = lines.Line();
         line.assign(view.data(), view.size());
         if (!line.empty() && line.back() == '\r') {
             line.pop_back();
         }
-        if (line.empty()) {
-            continue;
-        }
-        if (line[0] == '#') {
-            std::istringstream words(line.substr(1));
-            std::string a;
-            std::string b;
-            long long value = 0;
-            words >> a >> b;
-            if (a == "Event" && b == "type" && words >> value) {
-                commentType = value;
-                commentCode = -1;
-            } else if (a == "Event" && b == "code" && words >> value) {
-                commentCode = value;
-                haveCommentMin = false;
-            } else if (a == "Min" && ParseInt(b, 10, value)) {
-                commentMin = value;
-                haveCommentMin = true;
-            } else if (a == "Max" && ParseInt(b, 10, value) && haveCommentMin &&
-                       commentType == kEvAbs && commentCode >= 0 && commentCode <= 0xff &&
-                       commentMin >= std::numeric_limits<int32_t>::min() &&
-                       value <= std::numeric_limits<int32_t>::max()) {
-                onAxis("", static_cast<uint16_t>(commentCode), static_cast<int32_t>(commentMin),
-                       static_cast<int32_t>(value));
-                haveCommentMin = false;
-            }
-            continue;
-        }
-        if (line.size() < 2 || line[1] != ':') {
-            return fail("not an evemu line: " + Tools::Quote(line));
-        }
-        std::istringstream words(StripComment(line.substr(2)));
-        std::vector<std::string> fields;
-        for (std::string word; words >> word;) {
-            fields.push_back(word);
-        }
-        switch (line[0]) {
-            case 'N':
-            case 'I':
-            case 'P':
-            case 'B':
-            case 'L':
-            case 'S':
-                break;  // name, ids, properties, bits, leds, switches: nothing to import
-            case 'A': {
-                long long code = 0;
-                long long min = 0;
-                long long max = 0;
-                if (fields.size() < 3 || !ParseInt(fields[0], 16, code) ||
-                    !ParseInt(fields[1], 10, min) || !ParseInt(fields[2], 10, max) || code < 0 ||
-                    code > 0xff || min < std::numeric_limits<int32_t>::min() ||
-                    max > std::numeric_limits<int32_t>::max()) {
-                    return fail("axis line needs CODE MIN MAX: " + Tools::Quote(line));
-                }
-                onAxis("", static_cast<uint16_t>(code), static_cast<int32_t>(min),
-                       static_cast<int32_t>(max));
-                break;
-            }
-            case 'E': {
-                RawEvent event;
-                long long type = 0;
-                long long code = 0;
-                long long value = 0;
-                if (fields.size() != 4) {
-                    return fail("event line needs TIME TYPE CODE VALUE, got " +
-                                std::to_string(fields.size()) + " fields");
-                }
-                if (!ParseEventTime(fields[0], event.timeUs)) {
-                    return fail("bad time " + Tools::Quote(fields[0]));
-                }
-                if (!ParseInt(fields[1], 16, type) || !ParseInt(fields[2], 16, code) || type < 0 ||
-                    type > 0xffff || code < 0 || code > 0xffff) {
-                    return fail("bad event type or code " +
-                                Tools::Quote(fields[1] + " " + fields[2]));
-                }
-                if (!ParseInt(fields[3], 10, value) ||
-                    value < std::numeric_limits<int32_t>::min() ||
-                    value > std::numeric_limits<int32_t>::max()) {
-                    return fail("bad event value " + Tools::Quote(fields[3]));
-                }
-                event.type = static_cast<uint16_t>(type);
-                event.code = static_cast<uint16_t>(code);
-                event.value = static_cast<int32_t>(value);
-                event.line = number;
-                onEvent("", event);
-                break;
-            }
-            default:
-                return fail("not an evemu line: " + Tools::Quote(line));
+        if (!line.empty() && !reader.TakeLine(line)) {
+            return false;
         }
     }
-    if (!error.empty()) {
-        return false;
+    return error.empty();
+}
+
+EvemuReader::EvemuReader(const std::string& name, const AxisSink& onAxis, const EventSink& onEvent,
+                         std::string& error)
+    : name_(name), onAxis_(onAxis), onEvent_(onEvent), error_(error)
+{
+}
+
+bool EvemuReader::Fail(const std::string& problem)
+{
+    error_ = Tools::LineError(name_, number_, problem);
+    return false;
+}
+
+bool EvemuReader::TakeLine(const std::string& line)
+{
+    if (line[0] == '#') {
+        TakeComment(line.substr(1));
+        return true;
     }
+    if (line.size() < 2 || line[1] != ':') {
+        return Fail("not an evemu line: " + Tools::Quote(line));
+    }
+    std::istringstream words(StripComment(line.substr(2)));
+    std::vector<std::string> fields;
+    for (std::string word; words >> word;) {
+        fields.push_back(word);
+    }
+    switch (line[0]) {
+        case 'N':
+        case 'I':
+        case 'P':
+        case 'B':
+        case 'L':
+        case 'S':
+            return true;  // name, ids, properties, bits, leds, switches: nothing to import
+        case 'A':
+            return TakeAxis(fields, line);
+        case 'E':
+            return TakeEvent(fields);
+        default:
+            return Fail("not an evemu line: " + Tools::Quote(line));
+    }
+}
+
+void EvemuReader::TakeComment(const std::string& text)
+{
+    // The block evemu writes before the events: "#   Event type 3 (EV_ABS)",
+    // "#     Event code 53 (...)", "#       Min 0", "#       Max 1279".
+    std::istringstream words(text);
+    std::string a;
+    std::string b;
+    long long value = 0;
+    words >> a >> b;
+    if (a == "Event" && b == "type" && words >> value) {
+        commentType_ = value;
+        commentCode_ = -1;
+    } else if (a == "Event" && b == "code" && words >> value) {
+        commentCode_ = value;
+        haveCommentMin_ = false;
+    } else if (a == "Min" && ParseInt(b, 10, value)) {
+        commentMin_ = value;
+        haveCommentMin_ = true;
+    } else if (a == "Max" && ParseInt(b, 10, value) && haveCommentMin_ && commentType_ == EV_ABS &&
+               commentCode_ >= 0 && commentCode_ <= 0xff &&
+               commentMin_ >= std::numeric_limits<int32_t>::min() &&
+               value <= std::numeric_limits<int32_t>::max()) {
+        onAxis_("", static_cast<uint16_t>(commentCode_), static_cast<int32_t>(commentMin_),
+                static_cast<int32_t>(value));
+        haveCommentMin_ = false;
+    }
+}
+
+bool EvemuReader::TakeAxis(const std::vector<std::string>& fields, const std::string& line)
+{
+    long long code = 0;
+    long long min = 0;
+    long long max = 0;
+    if (fields.size() < 3 || !ParseInt(fields[0], 16, code) || !ParseInt(fields[1], 10, min) ||
+        !ParseInt(fields[2], 10, max) || code < 0 || code > 0xff ||
+        min < std::numeric_limits<int32_t>::min() || max > std::numeric_limits<int32_t>::max()) {
+        return Fail("axis line needs CODE MIN MAX: " + Tools::Quote(line));
+    }
+    onAxis_("", static_cast<uint16_t>(code), static_cast<int32_t>(min), static_cast<int32_t>(max));
+    return true;
+}
+
+bool EvemuReader::TakeEvent(const std::vector<std::string>& fields)
+{
+    RawEvent event;
+    long long type = 0;
+    long long code = 0;
+    long long value = 0;
+    if (fields.size() != 4) {
+        return Fail("event line needs TIME TYPE CODE VALUE, got " + std::to_string(fields.size()) +
+                    " fields");
+    }
+    if (!ParseEventTime(fields[0], event.timeUs)) {
+        return Fail("bad time " + Tools::Quote(fields[0]));
+    }
+    if (!ParseInt(fields[1], 16, type) || !ParseInt(fields[2], 16, code) || type < 0 ||
+        type > 0xffff || code < 0 || code > 0xffff) {
+        return Fail("bad event type or code " + Tools::Quote(fields[1] + " " + fields[2]));
+    }
+    if (!ParseInt(fields[3], 10, value) || value < std::numeric_limits<int32_t>::min() ||
+        value > std::numeric_limits<int32_t>::max()) {
+        return Fail("bad event value " + Tools::Quote(fields[3]));
+    }
+    event.type = static_cast<uint16_t>(type);
+    event.code = static_cast<uint16_t>(code);
+    event.value = static_cast<int32_t>(value);
+    event.line = number_;
+    onEvent_("", event);
     return true;
 }
 

@@ -1,5 +1,7 @@
 #include "getevent_reader.h"
 
+#include <linux/input-event-codes.h>
+
 #include <libevdev/libevdev.h>
 
 #include <cerrno>
@@ -12,8 +14,6 @@
 
 namespace Tarvo::Import {
 namespace {
-
-constexpr int kEvAbs = 3;
 
 bool ParseHex(const std::string& text, long long& value)
 {
@@ -83,7 +83,7 @@ bool ParseAxisLine(const std::string& text, int& code, int32_t& min, int32_t& ma
     if (head.empty()) {
         return false;
     }
-    code = CodeOf(kEvAbs, head.back());
+    code = CodeOf(EV_ABS, head.back());
     const long long lo = std::strtoll(text.c_str() + atMin + 4, nullptr, 10);
     const long long hi = std::strtoll(text.c_str() + atMax + 4, nullptr, 10);
     if (code < 0 || lo < std::numeric_limits<int32_t>::min() ||
@@ -106,96 +106,109 @@ bool GeteventReader::Looks(const std::string& firstLines)
 bool GeteventReader::Read(Tools::LineReader& lines, const AxisSink& onAxis,
                           const EventSink& onEvent, std::string& error)
 {
-    const std::string& name = lines.Name();
+    GeteventReader reader(lines.Name(), onAxis, onEvent, error);
     std::string_view view;
     std::string line;
-    int number = 0;
-    std::string blockDevice;  // of the "add device" block being read
-    bool inAbs = false;
-    auto fail = [&](const std::string& problem) {
-        error = Tools::LineError(name, number, problem);
-        return false;
-    };
     while (lines.Next(view, error)) {
-        number = lines.Line();
+        reader.number_ = lines.Line();
         line.assign(view.data(), view.size());
         if (!line.empty() && line.back() == '\r') {
             line.pop_back();
         }
-        std::vector<std::string> words = Words(line);
-        if (words.empty()) {
-            continue;
+        if (!reader.TakeLine(line)) {
+            return false;
         }
-        if (line.rfind("add device", 0) == 0) {
-            blockDevice = words.back();
-            inAbs = false;
-            continue;
-        }
-        if (line.rfind("could not", 0) == 0 || line.rfind("poll", 0) == 0) {
-            continue;  // getevent's own complaints about other devices
-        }
-        if (std::isspace(static_cast<unsigned char>(line[0])) != 0) {
-            // Inside a description block: only the ABS axes matter.
-            const size_t section = line.find("): ");
-            if (section != std::string::npos && line.find(" (00") != std::string::npos) {
-                inAbs = line.find("ABS (0003)") != std::string::npos;
-            } else if (line.find(':') != std::string::npos &&
-                       line.find(" : value") == std::string::npos) {
-                inAbs = false;  // "name:", "input props:", "location:" ...
-            }
-            int code = 0;
-            int32_t min = 0;
-            int32_t max = 0;
-            if (inAbs && ParseAxisLine(line.substr(section == std::string::npos ? 0 : section + 3),
-                                       code, min, max)) {
-                onAxis(blockDevice, static_cast<uint16_t>(code), min, max);
-            }
-            continue;
-        }
-        if (line[0] != '[') {
-            if (line.rfind("/dev/input/", 0) == 0) {
-                return fail("event without a time stamp (record with getevent -t or -lt)");
-            }
-            return fail("not a getevent line: " + Tools::Quote(line));
-        }
-        const size_t close = line.find(']');
-        if (close == std::string::npos) {
-            return fail("time stamp without ']'");
-        }
-        RawEvent event;
-        event.line = number;
-        const std::vector<std::string> stamp = Words(line.substr(1, close - 1));
-        if (stamp.size() != 1 || !ParseEventTime(stamp[0], event.timeUs)) {
-            return fail("bad time stamp " + Tools::Quote(line.substr(0, close + 1)));
-        }
-        words = Words(line.substr(close + 1));
-        std::string device;
-        if (!words.empty() && words[0].back() == ':') {
-            device = words[0].substr(0, words[0].size() - 1);
-            words.erase(words.begin());
-        }
-        if (words.size() != 3) {
-            return fail("event needs TYPE CODE VALUE, got " + std::to_string(words.size()) +
-                        " fields");
-        }
-        const int type = TypeOf(words[0]);
-        const int code = type < 0 ? -1 : CodeOf(type, words[1]);
-        if (type < 0 || code < 0) {
-            continue;  // a type or code this build does not know: nothing we decode
-        }
-        if (!ValueOf(words[2], event.value)) {
-            if (type == kEvAbs || type == 0) {
-                return fail("bad value " + Tools::Quote(words[2]));
-            }
-            continue;
-        }
-        event.type = static_cast<uint16_t>(type);
-        event.code = static_cast<uint16_t>(code);
-        onEvent(device, event);
     }
-    if (!error.empty()) {
-        return false;
+    return error.empty();
+}
+
+GeteventReader::GeteventReader(const std::string& name, const AxisSink& onAxis,
+                               const EventSink& onEvent, std::string& error)
+    : name_(name), onAxis_(onAxis), onEvent_(onEvent), error_(error)
+{
+}
+
+bool GeteventReader::Fail(const std::string& problem)
+{
+    error_ = Tools::LineError(name_, number_, problem);
+    return false;
+}
+
+bool GeteventReader::TakeLine(const std::string& line)
+{
+    const std::vector<std::string> words = Words(line);
+    if (words.empty() || line.rfind("could not", 0) == 0 || line.rfind("poll", 0) == 0) {
+        return true;  // blank, or getevent's own complaints about other devices
     }
+    if (line.rfind("add device", 0) == 0) {
+        blockDevice_ = words.back();
+        inAbs_ = false;
+        return true;
+    }
+    if (std::isspace(static_cast<unsigned char>(line[0])) != 0) {
+        TakeDescription(line);
+        return true;
+    }
+    if (line[0] != '[') {
+        if (line.rfind("/dev/input/", 0) == 0) {
+            return Fail("event without a time stamp (record with getevent -t or -lt)");
+        }
+        return Fail("not a getevent line: " + Tools::Quote(line));
+    }
+    return TakeEvent(line);
+}
+
+void GeteventReader::TakeDescription(const std::string& line)
+{
+    // Inside a description block: only the ABS axes matter.
+    const size_t section = line.find("): ");
+    if (section != std::string::npos && line.find(" (00") != std::string::npos) {
+        inAbs_ = line.find("ABS (0003)") != std::string::npos;
+    } else if (line.find(':') != std::string::npos && line.find(" : value") == std::string::npos) {
+        inAbs_ = false;  // "name:", "input props:", "location:" ...
+    }
+    int code = 0;
+    int32_t min = 0;
+    int32_t max = 0;
+    if (inAbs_ && ParseAxisLine(line.substr(section == std::string::npos ? 0 : section + 3), code,
+                                min, max)) {
+        onAxis_(blockDevice_, static_cast<uint16_t>(code), min, max);
+    }
+}
+
+bool GeteventReader::TakeEvent(const std::string& line)
+{
+    const size_t close = line.find(']');
+    if (close == std::string::npos) {
+        return Fail("time stamp without ']'");
+    }
+    RawEvent event;
+    event.line = number_;
+    const std::vector<std::string> stamp = Words(line.substr(1, close - 1));
+    if (stamp.size() != 1 || !ParseEventTime(stamp[0], event.timeUs)) {
+        return Fail("bad time stamp " + Tools::Quote(line.substr(0, close + 1)));
+    }
+    std::vector<std::string> words = Words(line.substr(close + 1));
+    std::string device;
+    if (!words.empty() && words[0].back() == ':') {
+        device = words[0].substr(0, words[0].size() - 1);
+        words.erase(words.begin());
+    }
+    if (words.size() != 3) {
+        return Fail("event needs TYPE CODE VALUE, got " + std::to_string(words.size()) + " fields");
+    }
+    const int type = TypeOf(words[0]);
+    const int code = type < 0 ? -1 : CodeOf(type, words[1]);
+    if (type < 0 || code < 0) {
+        return true;  // a type or code this build does not know: nothing we decode
+    }
+    if (!ValueOf(words[2], event.value)) {
+        return type == EV_ABS || type == EV_SYN ? Fail("bad value " + Tools::Quote(words[2]))
+                                                : true;
+    }
+    event.type = static_cast<uint16_t>(type);
+    event.code = static_cast<uint16_t>(code);
+    onEvent_(device, event);
     return true;
 }
 

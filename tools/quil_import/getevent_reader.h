@@ -4,6 +4,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "line_reader.h"
 
@@ -20,6 +21,23 @@ public:
                      std::string& error);
     // True when the first lines look like getevent output.
     static bool Looks(const std::string& firstLines);
+
+private:
+    GeteventReader(const std::string& name, const AxisSink& onAxis, const EventSink& onEvent,
+                   std::string& error);
+    bool TakeLine(const std::string& line);
+    // A line of an "add device" block (getevent -lp): its ABS axes.
+    void TakeDescription(const std::string& line);
+    bool TakeEvent(const std::string& line);
+    bool Fail(const std::string& problem);
+
+    const std::string& name_;
+    const AxisSink& onAxis_;
+    const EventSink& onEvent_;
+    std::string& error_;
+    int number_ = 0;
+    std::string blockDevice_;  // of the "add device" block being read
+    bool inAbs_ = false;
 };
 
 }  // namespace Tarvo::Import

@@ -34,80 +34,90 @@ const char* ImportOptions::Usage()
            "cannot read (nothing is written), 1 for any other failure.\n";
 }
 
+namespace {
+
+using Tools::ParseChoice;
+using Tools::Quote;
+
+bool ParseFormat(const std::string& value, Format& format, std::string& problem)
+{
+    static const Format kFormats[] = {Format::CSV, Format::EVEMU, Format::GETEVENT};
+    size_t index = 0;
+    return ParseChoice(value, {"csv", "evemu", "getevent"}, index, problem, "") &&
+           (format = kFormats[index], true);
+}
+
+bool ParseTimeUnit(const std::string& value, std::optional<TimeUnit>& unit, std::string& problem)
+{
+    static const TimeUnit kUnits[] = {TimeUnit::S, TimeUnit::MS, TimeUnit::US, TimeUnit::NS};
+    size_t index = 0;
+    return ParseChoice(value, {"s", "ms", "us", "ns"}, index, problem, "") &&
+           (unit = kUnits[index], true);
+}
+
+bool ParseAccUnit(const std::string& value, std::optional<AccUnit>& unit, std::string& problem)
+{
+    size_t index = 0;
+    return ParseChoice(value, {"g", "ms2"}, index, problem, "") &&
+           (unit = index == 0 ? AccUnit::G : AccUnit::MS2, true);
+}
+
+bool ParseRotation(const std::string& value, int& degrees, std::string& problem)
+{
+    size_t index = 0;
+    return ParseChoice(value, {"0", "90", "180", "270"}, index, problem, "") &&
+           (degrees = static_cast<int>(index) * 90, true);
+}
+
+bool ParseAxes(const std::string& value, std::optional<std::pair<int32_t, int32_t>>& axes,
+               std::string& problem)
+{
+    const size_t comma = value.find(',');
+    long long x = 0;
+    long long y = 0;
+    std::string ignored;
+    if (comma == std::string::npos ||
+        !Tools::ParseInteger(value.substr(0, comma), 1, INT32_MAX, x, ignored, "maximum") ||
+        !Tools::ParseInteger(value.substr(comma + 1), 1, INT32_MAX, y, ignored, "maximum")) {
+        problem = "maxima " + Quote(value) + " are not XMAX,YMAX (positive)";
+        return false;
+    }
+    axes = std::make_pair(static_cast<int32_t>(x), static_cast<int32_t>(y));
+    return true;
+}
+
+bool ParseEnable(const std::string& value, std::optional<std::vector<int32_t>>& enable,
+                 std::string& problem)
+{
+    std::vector<int32_t> types;
+    return Tools::ParseMotionTypes(value, types, problem) && (enable = std::move(types), true);
+}
+
+}  // namespace
+
 bool ImportOptions::Parse(const std::vector<std::string>& args, ImportOptions& options,
                           std::string& error)
 {
-    using namespace Tools;
-    OptionParser parser;
+    using Setter = Tools::OptionParser::Setter;
+    const auto set = [](auto parse, auto& target) -> Setter {
+        return [parse, &target](const std::string& value, std::string& problem) {
+            return parse(value, target, problem);
+        };
+    };
+    Tools::OptionParser parser;
+    parser.Value("--format", "a format", set(ParseFormat, options.format));
+    parser.Value("--time", "a time unit", set(ParseTimeUnit, options.time));
+    parser.Value("--units", "a unit", set(ParseAccUnit, options.units));
     parser.Value(
-        "--format", "a format", [&options](const std::string& value, std::string& problem) {
-            size_t index = 0;
-            if (!ParseChoice(value, {"csv", "evemu", "getevent"}, index, problem, "format")) {
-                return false;
-            }
-            options.format = index == 0   ? Format::CSV
-                             : index == 1 ? Format::EVEMU
-                                          : Format::GETEVENT;
-            return true;
+        "--interval-ms", "an interval", [&options](const std::string& value, std::string& problem) {
+            return Tools::ParseNumber(value, 1, 60000, options.intervalMs, problem, "interval");
         });
-    parser.Value("--time", "a time unit",
-                 [&options](const std::string& value, std::string& problem) {
-                     static const std::vector<TimeUnit> kUnits = {TimeUnit::S, TimeUnit::MS,
-                                                                  TimeUnit::US, TimeUnit::NS};
-                     size_t index = 0;
-                     if (!ParseChoice(value, {"s", "ms", "us", "ns"}, index, problem, "unit")) {
-                         return false;
-                     }
-                     options.time = kUnits[index];
-                     return true;
-                 });
-    parser.Value("--units", "a unit", [&options](const std::string& value, std::string& problem) {
-        size_t index = 0;
-        if (!ParseChoice(value, {"g", "ms2"}, index, problem, "unit")) {
-            return false;
-        }
-        options.units = index == 0 ? AccUnit::G : AccUnit::MS2;
-        return true;
-    });
-    parser.Value("--interval-ms", "an interval",
-                 [&options](const std::string& value, std::string& problem) {
-                     return ParseNumber(value, 1, 60000, options.intervalMs, problem, "interval");
-                 });
     parser.Value("--display", "a size", [&options](const std::string& value, std::string& problem) {
-        return ParseDisplaySize(value, options.width, options.height, problem);
+        return Tools::ParseDisplaySize(value, options.width, options.height, problem);
     });
-    parser.Value("--rotate", "an angle",
-                 [&options](const std::string& value, std::string& problem) {
-                     size_t index = 0;
-                     if (!ParseChoice(value, {"0", "90", "180", "270"}, index, problem, "angle")) {
-                         return false;
-                     }
-                     options.rotate = static_cast<int>(index) * 90;
-                     return true;
-                 });
-    parser.Value("--enable", "motion types",
-                 [&options](const std::string& value, std::string& problem) {
-                     std::vector<int32_t> types;
-                     if (!ParseMotionTypes(value, types, problem)) {
-                         return false;
-                     }
-                     options.enable = std::move(types);
-                     return true;
-                 });
-    parser.Value("--axes", "XMAX,YMAX", [&options](const std::string& value, std::string& problem) {
-        const size_t comma = value.find(',');
-        long long x = 0;
-        long long y = 0;
-        std::string ignored;
-        if (comma == std::string::npos ||
-            !ParseInteger(value.substr(0, comma), 1, INT32_MAX, x, ignored, "maximum") ||
-            !ParseInteger(value.substr(comma + 1), 1, INT32_MAX, y, ignored, "maximum")) {
-            problem = "maxima " + Quote(value) + " are not XMAX,YMAX (positive)";
-            return false;
-        }
-        options.axes = std::make_pair(static_cast<int32_t>(x), static_cast<int32_t>(y));
-        return true;
-    });
+    parser.Value("--rotate", "an angle", set(ParseRotation, options.rotate));
+    parser.Value("--enable", "motion types", set(ParseEnable, options.enable));
+    parser.Value("--axes", "XMAX,YMAX", set(ParseAxes, options.axes));
     if (!parser.Parse(args, error)) {
         return false;
     }
