@@ -17,28 +17,22 @@ HostInputService& HostInputService::Instance()
 int32_t HostInputService::AddMonitor(MMI::PointerMonitor monitor)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    const int32_t id = fixedId_.has_value() ? *fixedId_ : nextId_++;
-    if (id >= 0) {  // a negative id says the monitor was not installed
-        monitors_[id] = std::move(monitor);
-    }
-    return id;
+    return monitors_.Add(std::move(monitor));
 }
 
 void HostInputService::RemoveMonitor(int32_t monitorId)
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    monitors_.erase(monitorId);
-    // A delivery in flight may still be inside the monitor: wait it out, unless the
-    // monitor itself is removing itself.
-    if (!delivering_ || std::this_thread::get_id() != deliveringThread_) {
-        delivered_.wait(lock, [this] { return !delivering_; });
+    // A delivery in flight may still be inside the monitor: wait it out.
+    if (monitors_.Remove(monitorId)) {
+        gate_.WaitOut(lock);
     }
 }
 
 void HostInputService::SetMonitorId(int32_t monitorId)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    fixedId_ = monitorId;
+    monitors_.FixId(monitorId);
 }
 
 void HostInputService::Inject(std::shared_ptr<MMI::PointerEvent> event)
@@ -64,16 +58,10 @@ void HostInputService::SetInlineDelivery(bool on)
     inline_.store(on, std::memory_order_relaxed);
 }
 
-std::vector<MMI::PointerMonitor>& HostInputService::BeginDeliveryLocked()
+void HostInputService::BeginDeliveryLocked()
 {
-    std::vector<MMI::PointerMonitor>& monitors = calling_;
-    monitors.clear();
-    for (const auto& entry : monitors_) {
-        monitors.push_back(entry.second);
-    }
-    delivering_ = true;
-    deliveringThread_ = std::this_thread::get_id();
-    return monitors;
+    monitors_.CopyInto(calling_);
+    gate_.Begin();
 }
 
 void HostInputService::Deliver(std::shared_ptr<MMI::PointerEvent>& event, bool queued,
@@ -82,9 +70,7 @@ void HostInputService::Deliver(std::shared_ptr<MMI::PointerEvent>& event, bool q
     std::vector<MMI::PointerMonitor>& monitors = calling_;
     WorkerTracker::Instance().BeforeDelivery();
     for (const auto& monitor : monitors) {
-        if (monitor) {
-            monitor(event);
-        }
+        monitor(event);
     }
     if (yieldAfter) {
         // The library's worker has just been woken, often onto this very core: let it
@@ -99,11 +85,9 @@ void HostInputService::Deliver(std::shared_ptr<MMI::PointerEvent>& event, bool q
     bool more = false;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        delivering_ = false;
-        deliveringThread_ = std::thread::id();
+        gate_.End();
         more = !queue_.empty();
     }
-    delivered_.notify_all();
     if (!queued && more) {
         wake_.notify_one();  // the service's thread waited for this inline delivery
     }
@@ -116,7 +100,7 @@ void HostInputService::DeliverHere(std::shared_ptr<MMI::PointerEvent> event)
 {
     {
         std::unique_lock<std::mutex> lock(mutex_);
-        delivered_.wait(lock, [this] { return queue_.empty() && !delivering_; });
+        gate_.WaitIdle(lock, [this] { return queue_.empty(); });
         BeginDeliveryLocked();
     }
     // The caller goes on to its own work, so no yield: the worker takes the other core
@@ -129,7 +113,7 @@ void HostInputService::DeliveryLoop()
 {
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
-        wake_.wait(lock, [this] { return !queue_.empty() && !delivering_; });
+        wake_.wait(lock, [this] { return !queue_.empty() && !gate_.Busy(); });
         std::shared_ptr<MMI::PointerEvent> event = std::move(queue_.front());
         queue_.pop_front();
         BeginDeliveryLocked();
@@ -143,15 +127,13 @@ void HostInputService::DeliveryLoop()
 int HostInputService::InstalledMonitorCount()
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    return static_cast<int>(monitors_.size());
+    return static_cast<int>(monitors_.Count());
 }
 
 void HostInputService::Reset()
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    monitors_.clear();
-    nextId_ = 1;
-    fixedId_.reset();
+    monitors_.Clear();
 }
 
 }  // namespace Tarvo::Host

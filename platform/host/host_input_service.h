@@ -13,17 +13,19 @@
 #include <thread>
 #include <vector>
 
+#include "delivery_gate.h"
 #include "input_manager.h"
+#include "monitor_registry.h"
+#include "service_seam.h"
 
 namespace Tarvo::Host {
 
-class HostInputService {
+class HostInputService : public Platform::InputService {
 public:
     static HostInputService& Instance();
 
-    int32_t AddMonitor(MMI::PointerMonitor monitor);
-    // After it returns, the monitor is not running and will not be called again.
-    void RemoveMonitor(int32_t monitorId);
+    int32_t AddMonitor(MMI::PointerMonitor monitor) override;
+    void RemoveMonitor(int32_t monitorId) override;
 
     void SetMonitorId(int32_t monitorId);
     void Inject(std::shared_ptr<MMI::PointerEvent> event);
@@ -38,22 +40,18 @@ private:
     void DeliveryLoop();
     void DeliverHere(std::shared_ptr<MMI::PointerEvent> event);
     // Copies the monitors to call and marks a delivery in flight on this thread.
-    std::vector<MMI::PointerMonitor>& BeginDeliveryLocked();
+    void BeginDeliveryLocked();
     // Calls them, then drops the copies and the event before the delivery counts as over.
     // `queued`: it came through the queue and was counted for WaitIdle.
     void Deliver(std::shared_ptr<MMI::PointerEvent>& event, bool queued, bool yieldAfter);
 
     std::mutex mutex_;
     std::condition_variable wake_;
-    std::condition_variable delivered_;
-    std::map<int32_t, MMI::PointerMonitor> monitors_;
-    int32_t nextId_ = 1;
-    std::optional<int32_t> fixedId_;
+    Platform::MonitorRegistry monitors_;
     std::deque<std::shared_ptr<MMI::PointerEvent>> queue_;
-    std::vector<MMI::PointerMonitor> calling_;  // the delivery thread's, reused
+    std::vector<MMI::PointerMonitor> calling_;  // the delivery in flight's, reused
     std::atomic<bool> inline_{false};
-    bool delivering_ = false;
-    std::thread::id deliveringThread_;  // the one in flight, if any
+    Platform::DeliveryGate gate_;
     std::unique_ptr<std::thread> thread_;
 };
 

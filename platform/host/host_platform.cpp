@@ -202,44 +202,24 @@ void HostPlatform::SetDeliveryHook(void (*hook)())
 
 // ---- the platform seam -------------------------------------------------------------
 
-using Tarvo::Host::HostInputService;
 using Tarvo::Host::HostLog;
-using Tarvo::Host::HostSensorService;
 using Tarvo::Host::WorkerTracker;
 
+namespace Tarvo::Platform {
+
+SensorService& TheSensorService()
+{
+    return Host::HostSensorService::Instance();
+}
+
+InputService& TheInputService()
+{
+    return Host::HostInputService::Instance();
+}
+
+}  // namespace Tarvo::Platform
+
 extern "C" {
-
-int32_t GetAllSensors(SensorInfo** sensorInfo, int32_t* count)
-{
-    return HostSensorService::Instance().GetAllSensors(sensorInfo, count);
-}
-
-int32_t SubscribeSensor(int32_t sensorTypeId, const SensorUser* user)
-{
-    return HostSensorService::Instance().Subscribe(sensorTypeId, user);
-}
-
-int32_t SetBatch(int32_t sensorTypeId, const SensorUser* user, int64_t samplingInterval,
-                 int64_t reportInterval)
-{
-    return HostSensorService::Instance().SetBatch(sensorTypeId, user, samplingInterval,
-                                                  reportInterval);
-}
-
-int32_t ActivateSensor(int32_t sensorTypeId, const SensorUser* user)
-{
-    return HostSensorService::Instance().Activate(sensorTypeId, user);
-}
-
-int32_t DeactivateSensor(int32_t sensorTypeId, const SensorUser* user)
-{
-    return HostSensorService::Instance().Deactivate(sensorTypeId, user);
-}
-
-int32_t UnsubscribeSensor(int32_t sensorTypeId, const SensorUser* user)
-{
-    return HostSensorService::Instance().Unsubscribe(sensorTypeId, user);
-}
 
 int PlatformLogPrint(PlatformLogType /*type*/, PlatformLogLevel level, unsigned int domain,
                      const char* tag, const char* fmt, ...)
@@ -259,26 +239,6 @@ bool PlatformLogIsLoggable(unsigned int /*domain*/, const char* /*tag*/, Platfor
 }
 
 }  // extern "C"
-
-namespace MMI {
-
-InputManager* InputManager::GetInstance()
-{
-    static InputManager* instance = new InputManager;
-    return instance;
-}
-
-int32_t InputManager::AddMonitor(PointerMonitor monitor)
-{
-    return HostInputService::Instance().AddMonitor(std::move(monitor));
-}
-
-void InputManager::RemoveMonitor(int32_t monitorId)
-{
-    HostInputService::Instance().RemoveMonitor(monitorId);
-}
-
-}  // namespace MMI
 
 namespace Tarvo {
 

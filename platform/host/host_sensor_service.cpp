@@ -53,7 +53,7 @@ int32_t HostSensorService::Subscribe(int32_t sensorTypeId, const SensorUser* use
     if (user == nullptr || FailsLocked(SensorCall::SUBSCRIBE_SENSOR, sensorTypeId) || !present) {
         return kServiceError;
     }
-    subscriptions_[{user, sensorTypeId}].subscribed = true;
+    subscriptions_.Subscribe(user, sensorTypeId);
     return 0;
 }
 
@@ -61,59 +61,40 @@ int32_t HostSensorService::SetBatch(int32_t sensorTypeId, const SensorUser* user
                                     int64_t samplingInterval, int64_t reportInterval)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    auto it = subscriptions_.find({user, sensorTypeId});
-    if (FailsLocked(SensorCall::SET_BATCH, sensorTypeId) || it == subscriptions_.end() ||
-        !it->second.subscribed) {
-        return kServiceError;
-    }
-    it->second.samplingInterval = samplingInterval;
-    it->second.reportInterval = reportInterval;
-    return 0;
+    return !FailsLocked(SensorCall::SET_BATCH, sensorTypeId) &&
+                   subscriptions_.SetBatch(user, sensorTypeId, samplingInterval, reportInterval)
+               ? 0
+               : kServiceError;
 }
 
 int32_t HostSensorService::Activate(int32_t sensorTypeId, const SensorUser* user)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    auto it = subscriptions_.find({user, sensorTypeId});
-    if (FailsLocked(SensorCall::ACTIVATE_SENSOR, sensorTypeId) || it == subscriptions_.end() ||
-        !it->second.subscribed) {
-        return kServiceError;
-    }
-    it->second.active = true;
-    return 0;
+    return !FailsLocked(SensorCall::ACTIVATE_SENSOR, sensorTypeId) &&
+                   subscriptions_.Activate(user, sensorTypeId)
+               ? 0
+               : kServiceError;
 }
 
 int32_t HostSensorService::Deactivate(int32_t sensorTypeId, const SensorUser* user)
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    auto it = subscriptions_.find({user, sensorTypeId});
-    if (FailsLocked(SensorCall::DEACTIVATE_SENSOR, sensorTypeId) || it == subscriptions_.end() ||
-        !it->second.active) {
+    if (FailsLocked(SensorCall::DEACTIVATE_SENSOR, sensorTypeId) ||
+        !subscriptions_.Deactivate(user, sensorTypeId)) {
         return kServiceError;
     }
-    it->second.active = false;
-    WaitOutDeliveryLocked(lock);
+    gate_.WaitOut(lock);
     return 0;
-}
-
-void HostSensorService::WaitOutDeliveryLocked(std::unique_lock<std::mutex>& lock)
-{
-    // A callback that turns around and unsubscribes cannot wait for itself.
-    if (!delivering_ || std::this_thread::get_id() != deliveringThread_) {
-        delivered_.wait(lock, [this] { return !delivering_; });
-    }
 }
 
 int32_t HostSensorService::Unsubscribe(int32_t sensorTypeId, const SensorUser* user)
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    auto it = subscriptions_.find({user, sensorTypeId});
-    if (FailsLocked(SensorCall::UNSUBSCRIBE_SENSOR, sensorTypeId) || it == subscriptions_.end() ||
-        !it->second.subscribed) {
+    if (FailsLocked(SensorCall::UNSUBSCRIBE_SENSOR, sensorTypeId) ||
+        !subscriptions_.Unsubscribe(user, sensorTypeId)) {
         return kServiceError;
     }
-    subscriptions_.erase(it);  // also ends the activation
-    WaitOutDeliveryLocked(lock);
+    gate_.WaitOut(lock);
     return 0;
 }
 
@@ -197,8 +178,8 @@ void HostSensorService::DeliverHere(const Delivery& delivery)
     float* block = nullptr;
     {
         std::unique_lock<std::mutex> lock(mutex_);
-        delivered_.wait(lock, [this] { return queued_ == 0 && !delivering_; });
-        BeginDeliveryLocked();
+        gate_.WaitIdle(lock, [this] { return queued_ == 0; });
+        gate_.Begin();
         block = PrepareLocked(delivery);
     }
     {
@@ -209,22 +190,14 @@ void HostSensorService::DeliverHere(const Delivery& delivery)
     EndDelivery(false);
 }
 
-void HostSensorService::BeginDeliveryLocked()
-{
-    delivering_ = true;
-    deliveringThread_ = std::this_thread::get_id();
-}
-
 void HostSensorService::EndDelivery(bool counted)
 {
     bool queued = false;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        delivering_ = false;
-        deliveringThread_ = std::thread::id();
+        gate_.End();
         queued = queued_ != 0;
     }
-    delivered_.notify_all();
     if (!counted && queued) {
         wake_.notify_one();  // the service's thread waited for this inline delivery
     }
@@ -237,11 +210,11 @@ void HostSensorService::DeliveryLoop()
 {
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
-        wake_.wait(lock, [this] { return queued_ != 0 && !delivering_; });
+        wake_.wait(lock, [this] { return queued_ != 0 && !gate_.Busy(); });
         const Delivery delivery = queue_[queueHead_];
         queueHead_ = (queueHead_ + 1) % queue_.size();
         --queued_;
-        BeginDeliveryLocked();
+        gate_.Begin();
         float* const block = PrepareLocked(delivery);
         const bool drained = queued_ == 0;
         lock.unlock();
@@ -259,15 +232,8 @@ void HostSensorService::DeliveryLoop()
 
 float* HostSensorService::PrepareLocked(const Delivery& delivery)
 {
-    std::vector<const SensorUser*>& recipients = recipients_;
-    recipients.clear();
-    for (const auto& [key, state] : subscriptions_) {
-        const bool wanted = delivery.null || key.second == delivery.sensorTypeId;
-        if (wanted && state.active &&
-            std::find(recipients.begin(), recipients.end(), key.first) == recipients.end()) {
-            recipients.push_back(key.first);
-        }
-    }
+    subscriptions_.Recipients(delivery.null ? std::nullopt : std::optional(delivery.sensorTypeId),
+                              recipients_);
     if (delivery.null) {
         return nullptr;
     }
@@ -304,30 +270,28 @@ void HostSensorService::CallRecipients(const Delivery& delivery, float* block)
 SubscriptionState HostSensorService::GetSubscription(const void* user, int32_t sensorTypeId)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    auto it = subscriptions_.find({static_cast<const SensorUser*>(user), sensorTypeId});
-    return it == subscriptions_.end() ? SubscriptionState{} : it->second;
+    const auto state = subscriptions_.Get(static_cast<const SensorUser*>(user), sensorTypeId);
+    return SubscriptionState{state.subscribed, state.active, state.samplingInterval,
+                             state.reportInterval};
 }
 
 int HostSensorService::ActiveSubscriberCount(int32_t sensorTypeId)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    return static_cast<int>(
-        std::count_if(subscriptions_.begin(), subscriptions_.end(), [&](const auto& entry) {
-            return entry.first.second == sensorTypeId && entry.second.active;
-        }));
+    return subscriptions_.ActiveCount(sensorTypeId);
 }
 
 int HostSensorService::SubscriptionCount()
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    return static_cast<int>(subscriptions_.size());
+    return subscriptions_.Count();
 }
 
 void HostSensorService::Reset()
 {
     SetDeviceSensors(kDefaultSensors);
     std::lock_guard<std::mutex> lock(mutex_);
-    subscriptions_.clear();
+    subscriptions_.Clear();
     faults_.clear();
 }
 

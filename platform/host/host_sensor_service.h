@@ -17,23 +17,26 @@
 #include <utility>
 #include <vector>
 
+#include "delivery_gate.h"
 #include "host_platform.h"
 #include "sensor_service_client.h"
+#include "service_seam.h"
+#include "subscription_table.h"
 
 namespace Tarvo::Host {
 
-class HostSensorService {
+class HostSensorService : public Platform::SensorService {
 public:
     static HostSensorService& Instance();
 
     // The client calls.
-    int32_t GetAllSensors(SensorInfo** sensorInfo, int32_t* count);
-    int32_t Subscribe(int32_t sensorTypeId, const SensorUser* user);
+    int32_t GetAllSensors(SensorInfo** sensorInfo, int32_t* count) override;
+    int32_t Subscribe(int32_t sensorTypeId, const SensorUser* user) override;
     int32_t SetBatch(int32_t sensorTypeId, const SensorUser* user, int64_t samplingInterval,
-                     int64_t reportInterval);
-    int32_t Activate(int32_t sensorTypeId, const SensorUser* user);
-    int32_t Deactivate(int32_t sensorTypeId, const SensorUser* user);
-    int32_t Unsubscribe(int32_t sensorTypeId, const SensorUser* user);
+                     int64_t reportInterval) override;
+    int32_t Activate(int32_t sensorTypeId, const SensorUser* user) override;
+    int32_t Deactivate(int32_t sensorTypeId, const SensorUser* user) override;
+    int32_t Unsubscribe(int32_t sensorTypeId, const SensorUser* user) override;
 
     // The control side.
     void SetDeviceSensors(const std::vector<int32_t>& sensorTypeIds);
@@ -67,20 +70,17 @@ private:
     void Enqueue(const Delivery& delivery);
     void DeliveryLoop();
     void DeliverHere(const Delivery& delivery);
-    // The bookkeeping around one delivery, on whichever thread makes it.
-    void BeginDeliveryLocked();
     // `counted`: the delivery was counted as queued for WaitIdle.
     void EndDelivery(bool counted);
     // Picks the recipients and fills a data block; returns it (null for a null event).
     float* PrepareLocked(const Delivery& delivery);
     void CallRecipients(const Delivery& delivery, float* block);
-    void WaitOutDeliveryLocked(std::unique_lock<std::mutex>& lock);
 
     std::mutex mutex_;
     std::condition_variable wake_;
     // Every list ever set stays alive: a caller may still hold a pointer into it.
     std::deque<std::vector<SensorInfo>> sensorLists_;
-    std::map<std::pair<const SensorUser*, int32_t>, SubscriptionState> subscriptions_;
+    Platform::SubscriptionTable subscriptions_;
     std::set<std::pair<SensorCall, std::optional<int32_t>>> faults_;
     // Deliveries waiting, oldest at queueHead_: a ring over a buffer that only grows,
     // so a steady stream of samples is queued without allocating.
@@ -89,11 +89,9 @@ private:
     size_t queued_ = 0;
     std::vector<const SensorUser*> recipients_;  // the delivery in flight's, reused
     std::atomic<bool> inline_{false};
-    bool delivering_ = false;
     // Deactivate and Unsubscribe wait out a delivery in flight, as a real service does,
     // so that a client may unload its callback's code once they return.
-    std::condition_variable delivered_;
-    std::thread::id deliveringThread_;  // the one in flight, if any
+    Platform::DeliveryGate gate_;
     std::unique_ptr<std::thread> thread_;
     // Sample data stays readable after delivery, because the library reads it later on
     // its worker; blocks are reused round-robin, so a pointer never dangles.

@@ -109,19 +109,21 @@ int32_t IioSensorService::Subscribe(int32_t sensorTypeId, const SensorUser* user
     if (!PresentLocked(sensorTypeId)) {
         return kError;
     }
-    subscriptions_.try_emplace({user, sensorTypeId});
+    if (!subscriptions_.Get(user, sensorTypeId).subscribed) {
+        subscriptions_.Subscribe(user, sensorTypeId);
+        subscriptions_.SetBatch(user, sensorTypeId, kDefaultIntervalNs, kDefaultIntervalNs);
+    }
     return 0;
 }
 
 int32_t IioSensorService::SetBatch(int32_t sensorTypeId, const SensorUser* user,
-                                   int64_t samplingInterval, int64_t /*reportInterval*/)
+                                   int64_t samplingInterval, int64_t reportInterval)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    auto it = subscriptions_.find({user, sensorTypeId});
-    if (it == subscriptions_.end()) {
+    const int64_t interval = samplingInterval > 0 ? samplingInterval : kDefaultIntervalNs;
+    if (!subscriptions_.SetBatch(user, sensorTypeId, interval, reportInterval)) {
         return kError;
     }
-    it->second.samplingInterval = samplingInterval > 0 ? samplingInterval : kDefaultIntervalNs;
     UpdatePollsLocked();
     return 0;
 }
@@ -129,11 +131,9 @@ int32_t IioSensorService::SetBatch(int32_t sensorTypeId, const SensorUser* user,
 int32_t IioSensorService::Activate(int32_t sensorTypeId, const SensorUser* user)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    auto it = subscriptions_.find({user, sensorTypeId});
-    if (it == subscriptions_.end()) {
+    if (!subscriptions_.Activate(user, sensorTypeId)) {
         return kError;
     }
-    it->second.active = true;
     UpdatePollsLocked();
     if (thread_ == nullptr) {
         thread_ = std::make_unique<std::thread>([this] { PollLoop(); });
@@ -144,58 +144,37 @@ int32_t IioSensorService::Activate(int32_t sensorTypeId, const SensorUser* user)
 int32_t IioSensorService::Deactivate(int32_t sensorTypeId, const SensorUser* user)
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    auto it = subscriptions_.find({user, sensorTypeId});
-    if (it == subscriptions_.end() || !it->second.active) {
+    if (!subscriptions_.Deactivate(user, sensorTypeId)) {
         return kError;
     }
-    it->second.active = false;
     UpdatePollsLocked();
-    WaitForDeliveryLocked(lock);
+    gate_.WaitOut(lock);
     return 0;
 }
 
 int32_t IioSensorService::Unsubscribe(int32_t sensorTypeId, const SensorUser* user)
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    if (subscriptions_.erase({user, sensorTypeId}) == 0) {
+    if (!subscriptions_.Unsubscribe(user, sensorTypeId)) {
         return kError;
     }
     UpdatePollsLocked();
-    WaitForDeliveryLocked(lock);
+    // After a subscriber leaves, its callback must not run again.
+    gate_.WaitOut(lock);
     return 0;
-}
-
-void IioSensorService::WaitForDeliveryLocked(std::unique_lock<std::mutex>& lock)
-{
-    // After a subscriber leaves, its callback must not run again; a callback that
-    // unsubscribes from inside a delivery cannot wait for itself.
-    if (std::this_thread::get_id() != pollThreadId_) {
-        delivered_.wait(lock, [this] { return !delivering_; });
-    }
 }
 
 int64_t IioSensorService::IntervalLocked(int32_t sensorTypeId) const
 {
     // One sampling rate per sensor: the fastest any active subscriber asked for, and
     // every subscriber sees every sample, as with one hardware FIFO.
-    int64_t interval = 0;
-    for (const auto& [key, subscription] : subscriptions_) {
-        if (key.second == sensorTypeId && subscription.active &&
-            (interval == 0 || subscription.samplingInterval < interval)) {
-            interval = subscription.samplingInterval;
-        }
-    }
+    const int64_t interval = subscriptions_.FastestInterval(sensorTypeId);
     return interval == 0 ? 0 : std::max(interval, kMinIntervalNs);
 }
 
 void IioSensorService::UpdatePollsLocked()
 {
-    std::set<int32_t> active;
-    for (const auto& [key, subscription] : subscriptions_) {
-        if (subscription.active) {
-            active.insert(key.second);
-        }
-    }
+    const std::set<int32_t> active = subscriptions_.ActiveSensors();
     for (auto it = polls_.begin(); it != polls_.end();) {
         it = active.count(it->first) == 0 ? polls_.erase(it) : std::next(it);
     }
@@ -219,7 +198,6 @@ void IioSensorService::UpdatePollsLocked()
 void IioSensorService::PollLoop()
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    pollThreadId_ = std::this_thread::get_id();
     for (;;) {
         auto next = polls_.end();
         for (auto it = polls_.begin(); it != polls_.end(); ++it) {
@@ -246,17 +224,12 @@ void IioSensorService::PollLoop()
         const auto interval = std::chrono::nanoseconds(IntervalLocked(type));
         next->second.due = std::max(next->second.due + interval, Clock::now());
         std::vector<const SensorUser*> users;
-        for (const auto& [key, subscription] : subscriptions_) {
-            if (key.second == type && subscription.active) {
-                users.push_back(key.first);
-            }
-        }
-        delivering_ = true;
+        subscriptions_.Recipients(type, users);
+        gate_.Begin();
         lock.unlock();
         ReadAndDeliver(type, device, users, failing);
         lock.lock();
-        delivering_ = false;
-        delivered_.notify_all();
+        gate_.End();
         auto again = polls_.find(type);
         if (again != polls_.end()) {
             again->second.failing = failing;

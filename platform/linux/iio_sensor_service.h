@@ -16,22 +16,25 @@
 #include <utility>
 #include <vector>
 
+#include "delivery_gate.h"
 #include "iio_device.h"
 #include "sensor_service_client.h"
+#include "service_seam.h"
+#include "subscription_table.h"
 
 namespace Tarvo::Linux {
 
-class IioSensorService {
+class IioSensorService : public Platform::SensorService {
 public:
     static IioSensorService& Instance();
 
-    int32_t GetAllSensors(SensorInfo** sensorInfo, int32_t* count);
-    int32_t Subscribe(int32_t sensorTypeId, const SensorUser* user);
+    int32_t GetAllSensors(SensorInfo** sensorInfo, int32_t* count) override;
+    int32_t Subscribe(int32_t sensorTypeId, const SensorUser* user) override;
     int32_t SetBatch(int32_t sensorTypeId, const SensorUser* user, int64_t samplingInterval,
-                     int64_t reportInterval);
-    int32_t Activate(int32_t sensorTypeId, const SensorUser* user);
-    int32_t Deactivate(int32_t sensorTypeId, const SensorUser* user);
-    int32_t Unsubscribe(int32_t sensorTypeId, const SensorUser* user);
+                     int64_t reportInterval) override;
+    int32_t Activate(int32_t sensorTypeId, const SensorUser* user) override;
+    int32_t Deactivate(int32_t sensorTypeId, const SensorUser* user) override;
+    int32_t Unsubscribe(int32_t sensorTypeId, const SensorUser* user) override;
 
     // The sensor types present under the sysfs root now.
     std::vector<int32_t> PresentSensors();
@@ -45,10 +48,6 @@ private:
 
     using Clock = std::chrono::steady_clock;
 
-    struct Subscription {
-        bool active = false;
-        int64_t samplingInterval = kDefaultIntervalNs;
-    };
     // What is read for one sensor type while any subscriber has it activated.
     struct Poll {
         std::optional<IioDevice> device;
@@ -62,22 +61,19 @@ private:
     bool PresentLocked(int32_t sensorTypeId) const;
     int64_t IntervalLocked(int32_t sensorTypeId) const;
     void UpdatePollsLocked();
-    void WaitForDeliveryLocked(std::unique_lock<std::mutex>& lock);
     void PollLoop();
     void ReadAndDeliver(int32_t sensorTypeId, const IioDevice& device,
                         const std::vector<const SensorUser*>& users, bool& failing);
 
     std::mutex mutex_;
     std::condition_variable wake_;
-    std::condition_variable delivered_;
     std::vector<IioDevice> devices_;
     std::set<std::string> reported_;
     // Every list handed out stays alive: a caller may still hold a pointer into it.
     std::deque<std::vector<SensorInfo>> sensorLists_;
-    std::map<std::pair<const SensorUser*, int32_t>, Subscription> subscriptions_;
+    Platform::SubscriptionTable subscriptions_;
     std::map<int32_t, Poll> polls_;
-    bool delivering_ = false;
-    std::thread::id pollThreadId_;
+    Platform::DeliveryGate gate_;
     std::unique_ptr<std::thread> thread_;
     // Sample data stays readable after delivery, as the library reads it later on its
     // worker; blocks are reused round-robin.

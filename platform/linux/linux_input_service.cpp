@@ -64,13 +64,9 @@ std::string LinuxInputService::NoTouchscreenMessage(const std::string& dir,
 
 int32_t LinuxInputService::AddMonitor(MMI::PointerMonitor monitor)
 {
-    if (!monitor) {
-        return -1;
-    }
     std::lock_guard<std::mutex> lock(mutex_);
-    const int32_t id = nextId_++;
-    monitors_.emplace(id, std::move(monitor));
-    if (reader_ == nullptr) {
+    const int32_t id = monitors_.Add(std::move(monitor));
+    if (id >= 0 && reader_ == nullptr) {
         StartReaderLocked();
     }
     return id;
@@ -79,14 +75,11 @@ int32_t LinuxInputService::AddMonitor(MMI::PointerMonitor monitor)
 void LinuxInputService::RemoveMonitor(int32_t monitorId)
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    if (monitors_.erase(monitorId) == 0) {
+    if (!monitors_.Remove(monitorId)) {
         return;
     }
-    const bool onReader = std::this_thread::get_id() == readerId_;
-    if (!onReader) {
-        delivered_.wait(lock, [this] { return !delivering_; });
-    }
-    if (monitors_.empty()) {
+    gate_.WaitOut(lock);
+    if (monitors_.Empty()) {
         StopReader(lock);
     }
 }
@@ -139,10 +132,6 @@ void LinuxInputService::StopReader(std::unique_lock<std::mutex>& lock)
 
 void LinuxInputService::ReadLoop(std::string path, int wakeFd)
 {
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        readerId_ = std::this_thread::get_id();
-    }
     EvdevTouchscreen screen;
     std::string error;
     if (!screen.Open(path, error)) {
@@ -193,23 +182,20 @@ void LinuxInputService::Deliver(const std::vector<TouchRecord>& touches)
 {
     for (const TouchRecord& touch : touches) {
         const auto event = TouchFeed::ToPointerEvent(touch);
-        std::vector<MMI::PointerMonitor> monitors;
         {
             std::lock_guard<std::mutex> lock(mutex_);
-            for (const auto& [id, monitor] : monitors_) {
-                monitors.push_back(monitor);
-            }
-            delivering_ = true;
+            monitors_.CopyInto(calling_);
+            gate_.Begin();
         }
         LinuxSettings::Instance().ObserveTouch(touch);
-        for (const auto& monitor : monitors) {
+        for (const auto& monitor : calling_) {
             monitor(event);
         }
-        {
-            std::lock_guard<std::mutex> lock(mutex_);
-            delivering_ = false;
-        }
-        delivered_.notify_all();
+        // The copies go before the delivery counts as over: their code may belong to a
+        // module that is unloaded as soon as RemoveMonitor returns.
+        calling_.clear();
+        std::lock_guard<std::mutex> lock(mutex_);
+        gate_.End();
     }
 }
 

@@ -3,7 +3,6 @@
 // display and hands each event to every monitor.
 #pragma once
 
-#include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -13,20 +12,22 @@
 #include <thread>
 #include <vector>
 
+#include "delivery_gate.h"
 #include "input_manager.h"
 #include "linux_platform.h"
+#include "monitor_registry.h"
+#include "service_seam.h"
 
 namespace Tarvo::Linux {
 
-class LinuxInputService {
+class LinuxInputService : public Platform::InputService {
 public:
     static LinuxInputService& Instance();
 
     // Installs the monitor even without a usable touchscreen (that is reported once),
     // as a service that merely has nothing to deliver.
-    int32_t AddMonitor(MMI::PointerMonitor monitor);
-    // After it returns, the monitor is not running and will not be called again.
-    void RemoveMonitor(int32_t monitorId);
+    int32_t AddMonitor(MMI::PointerMonitor monitor) override;
+    void RemoveMonitor(int32_t monitorId) override;
 
     // The touchscreen that would be opened now; empty when there is none.
     std::string FindTouchscreen();
@@ -42,12 +43,10 @@ private:
                                             const std::vector<std::string>& problems);
 
     std::mutex mutex_;
-    std::condition_variable delivered_;
-    std::map<int32_t, MMI::PointerMonitor> monitors_;
-    int32_t nextId_ = 1;
+    Platform::MonitorRegistry monitors_;
     std::set<std::string> reported_;
-    bool delivering_ = false;
-    std::thread::id readerId_;
+    Platform::DeliveryGate gate_;
+    std::vector<MMI::PointerMonitor> calling_;  // the delivery in flight's, reused
     std::unique_ptr<std::thread> reader_;
     int wakeFd_ = -1;
 };

@@ -75,43 +75,23 @@ std::string LinuxPlatform::FindTouchscreen()
 
 // ---- the platform seam -------------------------------------------------------------
 
-using Tarvo::Linux::IioSensorService;
-using Tarvo::Linux::LinuxInputService;
 using Tarvo::Linux::LinuxLog;
 
+namespace Tarvo::Platform {
+
+SensorService& TheSensorService()
+{
+    return Linux::IioSensorService::Instance();
+}
+
+InputService& TheInputService()
+{
+    return Linux::LinuxInputService::Instance();
+}
+
+}  // namespace Tarvo::Platform
+
 extern "C" {
-
-int32_t GetAllSensors(SensorInfo** sensorInfo, int32_t* count)
-{
-    return IioSensorService::Instance().GetAllSensors(sensorInfo, count);
-}
-
-int32_t SubscribeSensor(int32_t sensorTypeId, const SensorUser* user)
-{
-    return IioSensorService::Instance().Subscribe(sensorTypeId, user);
-}
-
-int32_t SetBatch(int32_t sensorTypeId, const SensorUser* user, int64_t samplingInterval,
-                 int64_t reportInterval)
-{
-    return IioSensorService::Instance().SetBatch(sensorTypeId, user, samplingInterval,
-                                                 reportInterval);
-}
-
-int32_t ActivateSensor(int32_t sensorTypeId, const SensorUser* user)
-{
-    return IioSensorService::Instance().Activate(sensorTypeId, user);
-}
-
-int32_t DeactivateSensor(int32_t sensorTypeId, const SensorUser* user)
-{
-    return IioSensorService::Instance().Deactivate(sensorTypeId, user);
-}
-
-int32_t UnsubscribeSensor(int32_t sensorTypeId, const SensorUser* user)
-{
-    return IioSensorService::Instance().Unsubscribe(sensorTypeId, user);
-}
 
 int PlatformLogPrint(PlatformLogType /*type*/, PlatformLogLevel level, unsigned int domain,
                      const char* tag, const char* fmt, ...)
@@ -129,26 +109,6 @@ bool PlatformLogIsLoggable(unsigned int /*domain*/, const char* /*tag*/, Platfor
 }
 
 }  // extern "C"
-
-namespace MMI {
-
-InputManager* InputManager::GetInstance()
-{
-    static InputManager* instance = new InputManager;
-    return instance;
-}
-
-int32_t InputManager::AddMonitor(PointerMonitor monitor)
-{
-    return LinuxInputService::Instance().AddMonitor(std::move(monitor));
-}
-
-void InputManager::RemoveMonitor(int32_t monitorId)
-{
-    LinuxInputService::Instance().RemoveMonitor(monitorId);
-}
-
-}  // namespace MMI
 
 namespace Tarvo {
 
