@@ -3,6 +3,7 @@ file(GLOB_RECURSE sources
      ${ROOT}/interfaces/*.h ${ROOT}/interfaces/*.cpp ${ROOT}/manager/*.h ${ROOT}/manager/*.cpp
      ${ROOT}/sensor/*.h ${ROOT}/sensor/*.cpp ${ROOT}/algorithms/*.h ${ROOT}/algorithms/*.cpp
      ${ROOT}/pointer/*.h ${ROOT}/pointer/*.cpp ${ROOT}/gesture/*.h ${ROOT}/gesture/*.cpp
+     ${ROOT}/containers/*.h ${ROOT}/logging/*.h
      ${ROOT}/platform/*.h ${ROOT}/platform/*.cpp ${ROOT}/input/*.h ${ROOT}/input/*.cpp
      ${ROOT}/tools/*.h ${ROOT}/tools/*.cpp
      ${ROOT}/tests/*.h ${ROOT}/tests/*.cpp ${ROOT}/bench/*.cpp ${ROOT}/fuzz/*.cpp
