@@ -1,12 +1,14 @@
 # Debian packages, one per install component (see install_rules.cmake):
 #   libquil-motion0     the plug-in and the host platform library
 #   libquil-motion-dev  what hosts build against
-#   quil-motion-tools   the programs
-# scripts/package.sh runs the generator on an existing build.
+#   quil-motion-tools   the C++ programs
+#   quil-motion-plot    quil-plot, apart so that the tools need no Python
+# scripts/package.sh configures a build for /usr with Debian's hardening flags and runs
+# the generator on it. cmake/debian/ explains what lintian still says.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME quil-motion)
 set(CPACK_PACKAGE_VENDOR "The Quil Motion developers")
-set(CPACK_PACKAGE_CONTACT "The Quil Motion developers <quil-motion@lists.invalid>")
+set(CPACK_PACKAGE_CONTACT "Quil Motion maintainers <maintainers@quilmotion.org>")
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
@@ -15,7 +17,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime dev tools)
+set(CPACK_COMPONENTS_ALL runtime dev tools plot)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Our own libraries are found in the build; the dependency on the package that ships
@@ -26,11 +28,25 @@ set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libquil-motion0)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-# The library package ships a shlibs file (only it holds shared objects) and an
-# ldconfig trigger.
+# The library package ships a shlibs file (only it holds shared objects), a symbols
+# file of both libraries' exports and an ldconfig trigger, which makes maintainer
+# scripts calling ldconfig unnecessary (scripts/package.sh drops the ones the generator
+# writes).
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
+if(QUIL_DEBIAN_PACKAGE)
+  set(QUIL_SYMBOLS_FILE ${PROJECT_BINARY_DIR}/package/symbols)
+  add_custom_command(OUTPUT ${QUIL_SYMBOLS_FILE}
+                     COMMAND ${CMAKE_COMMAND} -DOUT=${QUIL_SYMBOLS_FILE} -DVERSION=${PROJECT_VERSION}
+                             -DPACKAGE=libquil-motion0 -DDEV_PACKAGE=libquil-motion-dev
+                             "-DLIBRARIES=$<TARGET_FILE:quil_motion>;$<TARGET_FILE:quil_platform_host>"
+                             -P ${PROJECT_SOURCE_DIR}/cmake/debian/make_symbols.cmake
+                     DEPENDS quil_motion quil_platform_host
+                             ${PROJECT_SOURCE_DIR}/cmake/debian/make_symbols.cmake VERBATIM)
+  add_custom_target(quil_debian_symbols ALL DEPENDS ${QUIL_SYMBOLS_FILE})
+  list(APPEND CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${QUIL_SYMBOLS_FILE})
+endif()
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
     "motion and touch gesture recognition plug-in
@@ -58,16 +74,10 @@ pkg-config files (quil-motion, quil-motion-host).")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME quil-motion-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_COMPONENT_TOOLS_DEPENDS runtime)
-if(EXISTS ${QUIL_PLOT_SCRIPT})
-  set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "python3, python3-matplotlib")
-endif()
 set(QUIL_TOOLS_TEXT "quil-replay plays a text trace of host calls, sensor samples and touch
 events through the plug-in and prints the reports a host receives.")
 if(TARGET quil-import)
   string(APPEND QUIL_TOOLS_TEXT "\nquil-import turns recordings made elsewhere into such traces.")
-endif()
-if(EXISTS ${QUIL_PLOT_SCRIPT})
-  string(APPEND QUIL_TOOLS_TEXT "\nquil-plot draws a trace's samples and the reports it gives.")
 endif()
 if(TARGET quil-live)
   string(APPEND QUIL_TOOLS_TEXT "\nquil-live runs the plug-in on a live device's input.")
@@ -78,6 +88,21 @@ Quil Motion turns sensor samples and touch screen events into motion
 reports for a host service that loads it as a plug-in.
 .
 This package holds the programs that work with it.
-${QUIL_TOOLS_TEXT}")
+${QUIL_TOOLS_TEXT}
+quil-plot, which draws traces, is in quil-motion-plot.")
+
+set(CPACK_DEBIAN_PLOT_PACKAGE_NAME quil-motion-plot)
+set(CPACK_DEBIAN_PLOT_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_PLOT_PACKAGE_ARCHITECTURE all)
+set(CPACK_COMPONENT_PLOT_DEPENDS tools)
+set(CPACK_DEBIAN_PLOT_PACKAGE_DEPENDS "python3, python3-matplotlib")
+set(CPACK_COMPONENT_PLOT_DESCRIPTION
+    "motion and touch gesture recognition plug-in - trace plots
+Quil Motion turns sensor samples and touch screen events into motion
+reports for a host service that loads it as a plug-in.
+.
+This package holds quil-plot, which draws a trace's samples, touches and
+host calls on one time axis with every report quil-replay gives for it
+(PNG or SVG, no display needed).")
 
 include(CPack)

@@ -5,7 +5,8 @@
 # Components, one per Debian package:
 #   runtime  the plug-in and the host platform library
 #   dev      headers, CMake package, pkg-config files, the libraries' link names
-#   tools    the programs and their man pages
+#   tools    the C++ programs and their man pages
+#   plot     quil-plot (Python and matplotlib) and its man page
 # The licence goes to every package (as the Debian copyright file) and, once more, to
 # the plain install's documentation directory.
 include(CMakePackageConfigHelpers)
@@ -45,9 +46,15 @@ install(FILES ${PROJECT_BINARY_DIR}/package/QuilMotionConfig.cmake
         DESTINATION ${QUIL_CMAKE_DIR} COMPONENT dev)
 
 # --- pkg-config -------------------------------------------------------------------
-# The prefix is found from the .pc file's own place, which keeps the files relocatable.
-file(RELATIVE_PATH QUIL_PC_TO_PREFIX /${QUIL_PKGCONFIG_DIR} /)
-string(REGEX REPLACE "/$" "" QUIL_PC_TO_PREFIX "${QUIL_PC_TO_PREFIX}")
+# The prefix is found from the .pc file's own place, which keeps an install
+# relocatable; a Debian package names it plainly, so that pkg-config prints /usr paths.
+if(QUIL_DEBIAN_PACKAGE)
+  set(QUIL_PC_PREFIX ${CMAKE_INSTALL_PREFIX})
+else()
+  file(RELATIVE_PATH QUIL_PC_TO_PREFIX /${QUIL_PKGCONFIG_DIR} /)
+  string(REGEX REPLACE "/$" "" QUIL_PC_TO_PREFIX "${QUIL_PC_TO_PREFIX}")
+  set(QUIL_PC_PREFIX "\${pcfiledir}/${QUIL_PC_TO_PREFIX}")
+endif()
 list(TRANSFORM CMAKE_DL_LIBS PREPEND "-l" OUTPUT_VARIABLE QUIL_PC_DL_LIBS)
 list(JOIN QUIL_PC_DL_LIBS " " QUIL_PC_DL_LIBS)
 foreach(pc quil-motion quil-motion-host)
@@ -73,14 +80,14 @@ if(EXISTS ${QUIL_PLOT_SCRIPT})
   # The script finds its package beside its real path, so both go to one data
   # directory and the program directory gets a relative link.
   set(QUIL_PLOT_DIR ${CMAKE_INSTALL_DATADIR}/quil-motion)
-  install(PROGRAMS ${QUIL_PLOT_SCRIPT} DESTINATION ${QUIL_PLOT_DIR} COMPONENT tools)
+  install(PROGRAMS ${QUIL_PLOT_SCRIPT} DESTINATION ${QUIL_PLOT_DIR} COMPONENT plot)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/tools/quil_plot/quil_plot DESTINATION ${QUIL_PLOT_DIR}
-          COMPONENT tools PATTERN __pycache__ EXCLUDE)
+          COMPONENT plot PATTERN __pycache__ EXCLUDE)
   file(RELATIVE_PATH QUIL_BIN_TO_PLOT /${CMAKE_INSTALL_BINDIR} /${QUIL_PLOT_DIR}/quil-plot)
   file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/install-links)
   file(CREATE_LINK ${QUIL_BIN_TO_PLOT} ${CMAKE_BINARY_DIR}/install-links/quil-plot SYMBOLIC)
   install(FILES ${CMAKE_BINARY_DIR}/install-links/quil-plot DESTINATION ${CMAKE_INSTALL_BINDIR}
-          COMPONENT tools)
+          COMPONENT plot)
 endif()
 
 # --- man pages --------------------------------------------------------------------
@@ -105,7 +112,11 @@ if(SCDOC)
                        COMMAND ${GZIP} -9nf ${PROJECT_BINARY_DIR}/man/${page}
                        DEPENDS ${source} VERBATIM)
     list(APPEND QUIL_MAN_PAGES ${out})
-    install(FILES ${out} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT tools)
+    set(component tools)
+    if(program STREQUAL "quil-plot")
+      set(component plot)
+    endif()
+    install(FILES ${out} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})
   endforeach()
   file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/man)
   add_custom_target(quil_man_pages ALL DEPENDS ${QUIL_MAN_PAGES})
@@ -121,7 +132,8 @@ add_custom_command(OUTPUT ${QUIL_CHANGELOG}
                    DEPENDS ${PROJECT_SOURCE_DIR}/docs/changelog VERBATIM)
 add_custom_target(quil_changelog ALL DEPENDS ${QUIL_CHANGELOG})
 # Only when a component is installed on its own, as the package generator does.
-foreach(component_package runtime:libquil-motion0 dev:libquil-motion-dev tools:quil-motion-tools)
+foreach(component_package runtime:libquil-motion0 dev:libquil-motion-dev tools:quil-motion-tools
+                          plot:quil-motion-plot)
   string(REPLACE ":" ";" pair ${component_package})
   list(GET pair 0 component)
   list(GET pair 1 package)
