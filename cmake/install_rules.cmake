@@ -80,11 +80,15 @@ if(EXISTS ${QUIL_PLOT_SCRIPT})
   # The script finds its package beside its real path, so both go to one data
   # directory and the program directory gets a relative link.
   set(QUIL_PLOT_DIR ${CMAKE_INSTALL_DATADIR}/quil-motion)
+  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/install-links)
   install(PROGRAMS ${QUIL_PLOT_SCRIPT} DESTINATION ${QUIL_PLOT_DIR} COMPONENT plot)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/tools/quil_plot/quil_plot DESTINATION ${QUIL_PLOT_DIR}
           COMPONENT plot PATTERN __pycache__ EXCLUDE)
+  # Away from the sources it cannot read the version from CMakeLists.txt: it is written in.
+  file(WRITE ${CMAKE_BINARY_DIR}/install-links/_version.py "VERSION = \"${PROJECT_VERSION}\"\n")
+  install(FILES ${CMAKE_BINARY_DIR}/install-links/_version.py
+          DESTINATION ${QUIL_PLOT_DIR}/quil_plot COMPONENT plot)
   file(RELATIVE_PATH QUIL_BIN_TO_PLOT /${CMAKE_INSTALL_BINDIR} /${QUIL_PLOT_DIR}/quil-plot)
-  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/install-links)
   file(CREATE_LINK ${QUIL_BIN_TO_PLOT} ${CMAKE_BINARY_DIR}/install-links/quil-plot SYMBOLIC)
   install(FILES ${CMAKE_BINARY_DIR}/install-links/quil-plot DESTINATION ${CMAKE_INSTALL_BINDIR}
           COMPONENT plot)
