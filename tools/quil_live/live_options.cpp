@@ -60,7 +60,7 @@ const char* LiveOptions::Usage()
            "Runs the motion plug-in on this device's sensors and touchscreen and prints\n"
            "every report as quil-replay does. Stop it with Ctrl-C.\n"
            "\n"
-           "  --enable LIST        motion types to enable, by number or name, e.g. 3,rotate,9\n"
+           "  --enable T[,T...]    motion types to enable, by number or name, e.g. 3,rotate,9\n"
            "                       (default: every type the device has the sensors or\n"
            "                       touchscreen for)\n"
            "  --json               print JSON Lines instead of text\n"
