@@ -29,6 +29,7 @@ LABEL_SIZE = 8
 TICK_SIZE = 8
 TITLE_SIZE = 10
 LANE_INCHES = 0.5
+LEFT_INCHES = 1.8
 MAX_OVERLAY_LINES = 40
 DENSE_SAMPLES = 400  # beyond this many, samples are drawn as thin lines without dots
 WIDTH_INCHES = 13.0
@@ -122,7 +123,9 @@ def draw(trace, reports, calls, title=None, width=WIDTH_INCHES):
     grid = fig.add_gridspec(
         len(panels), columns, height_ratios=heights,
         width_ratios=[5, 1] if fingers else [1], hspace=0.12, wspace=0.12,
-        left=0.125, right=0.93 if not fingers else 0.97,
+        # Margins in inches, whatever the width: lane names on the left, line names
+        # (or the paths panel's ticks) on the right.
+        left=LEFT_INCHES / width, right=1 - (0.3 if fingers else 0.9) / width,
         top=1 - 0.6 / total, bottom=0.55 / total,
     )
     axes = {}
@@ -391,7 +394,7 @@ def _draw_paths(ax, fingers, guessed=False):
     ax.set_xlim(min(xs_all) - margin, max(xs_all) + margin)
     ax.set_ylim(max(ys_all) + margin, min(ys_all) - margin)
     ax.set_aspect("equal", adjustable="box")
-    title = f"paths on the {DISPLAY_W}\u00d7{DISPLAY_H} display"
+    title = f"paths on the\n{DISPLAY_W}\u00d7{DISPLAY_H} display"
     if guessed:
         title += "\ntouch axes guessed"
     ax.set_title(title, fontsize=8, color=GUESSED_COLOUR if guessed else "black")
