@@ -4,7 +4,8 @@
 #
 #   sdk_check.sh STEP SOURCE_DIR BUILD_DIR WORK_DIR
 #
-# STEP: install | consumer-cmake | consumer-pkgconfig | debs | debs-consumer | lintian
+# STEP: install | consumer-cmake | consumer-pkgconfig | debs | debs-consumer | debs-plot |
+#       lintian
 set -euo pipefail
 step=$1 src=$2 build=$3 work=$4
 prefix=$work/prefix
@@ -80,6 +81,19 @@ debs-consumer)
         warnings=$(man --warnings -l "$page" 2>&1 >/dev/null)
         [ -z "$warnings" ] || { echo "$page: $warnings" >&2; exit 1; }
     done
+    ;;
+debs-plot)
+    # quil-plot as installed with --no-install-recommends: it draws, and loads nothing
+    # from outside what its package's Depends bring.
+    root=$work/debs-plot-root
+    rm -rf "$root"
+    for deb in "$debs"/*.deb; do
+        dpkg -x "$deb" "$root"
+    done
+    "$src/tests/sdk/plot_needs_only_depends.py" "$debs"/quil-motion-plot_*.deb "$root" \
+        "$src/examples/pinch_open.trace" "$work/debs-plot.png"
+    version=$(sed -n 's/^project(QuilMotion VERSION \([0-9.]*\).*/\1/p' "$src/CMakeLists.txt")
+    [ "$("$root/usr/bin/quil-plot" --version)" = "quil-plot $version" ]
     ;;
 lintian)
     # Anything lintian says, pedantic included, fails the step but the tags
