@@ -115,6 +115,12 @@ class TestTitle:
         assert title.startswith(trace.path + " \u2014 word word") and title.endswith("\u2026")
         assert len(title) < 200
 
+    def test_a_long_path_is_cut_to_the_line(self):
+        trace = trace_of_text("enable 3\n")
+        trace.path = "/" + "d" * 300 + "/x.trace"
+        title = draw(trace, [], []).texts[0].get_text()
+        assert title.startswith("/ddd") and title.endswith("\u2026") and len(title) < 250
+
     def test_a_given_title_replaces_them(self):
         trace = trace_of_text("# from the trace\nenable 3\n")
         assert draw(trace, [], [], title="mine").texts[0].get_text() == "mine"

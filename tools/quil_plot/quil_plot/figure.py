@@ -93,7 +93,11 @@ def heading(trace, title, width_inches):
         text += " \u2014 " + trace.title
     # An average character of the title font is about 0.55 of its size wide.
     fits = int(width_inches * 72 * 0.96 / (TITLE_SIZE * 0.55))
-    return textwrap.shorten(text, fits, placeholder=" \u2026") or text[:fits]
+    if len(text) <= fits:
+        return text
+    shortened = textwrap.shorten(text, fits, placeholder=" \u2026")
+    # A first word longer than the line (a long path) is cut inside the word.
+    return shortened if len(shortened) > 2 else text[:fits - 1] + "\u2026"
 
 
 def draw(trace, reports, calls, title=None, width=WIDTH_INCHES):
