@@ -34,11 +34,6 @@ AlgoStateManager::AlgoStateManager(StateObjects objects) : objects_(objects)
     currentState_->SetCurrentState(STATE_IDLE);
 }
 
-std::shared_ptr<AlgoGestureState> AlgoStateManager::CreateState(States state)
-{
-    return AnnounceState(state) ? MakeSlot(state).object : nullptr;
-}
-
 bool AlgoStateManager::AnnounceState(States state)
 {
     QUIL_LOG(LOG_LEVEL_DEBUG, kLogTag, "CreateState", "AlgoStateManager enter");

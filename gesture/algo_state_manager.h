@@ -28,8 +28,6 @@ class AlgoStateManager {
 public:
     explicit AlgoStateManager(StateObjects objects = kDefaultStateObjects);
 
-    // A new state object for `state`, empty store; null (and an error line) outside 0..11.
-    std::shared_ptr<AlgoGestureState> CreateState(States state);
     void RegisterCallback(std::shared_ptr<IMotionAlgo::Callback> callback);
     // The current state's verdict on `event`.
     States EnableHandle(const PointerEvent& event);

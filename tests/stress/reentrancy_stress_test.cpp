@@ -203,25 +203,6 @@ TEST_F(ReentrancyStress, CallbackHandoverWhileReportsFlow)
     EXPECT_EQ(violations, 0);
 }
 
-TEST_F(ReentrancyStress, GestureWorksAfterFailedEnableAndDisable)
-{
-    IMotionAlgo* algo = plugin_.Create();
-    auto cb = std::make_shared<HookCallback>();
-    algo->RegisterCallback(cb);
-    HostPlatform::SetMonitorId(-2);  // the service refuses the monitor
-    EXPECT_EQ(algo->Enable(10), -1);
-    EXPECT_EQ(algo->Disable(10), 0);
-    HostPlatform::SetMonitorId(7);
-    ASSERT_EQ(algo->Enable(10), 0);
-    for (int swipe = 0; swipe < 3; ++swipe) {
-        InjectSwipe();
-    }
-    ASSERT_TRUE(HostPlatform::WaitIdle());
-    EXPECT_EQ(cb->CountOf(10), 6U);  // start and end of each swipe
-    plugin_.Destroy(algo);
-    ExpectPlatformClean();
-}
-
 TEST_F(ReentrancyStress, AnyOrderOfGestureCallsLeavesAWorkingOrStoppedPipeline)
 {
     // Enable/Disable of gesture types in a fixed pseudo-random order, with the monitor
