@@ -128,6 +128,18 @@ TEST_F(ThreeFingerTest, FingersMovingApartEndTheGesture)
     EXPECT_THAT(g_.Reports(), IsEmpty());
 }
 
+TEST_F(ThreeFingerTest, LiftingOneFingerOfASlideFallsBackToTwo)
+{
+    for (int32_t step = 1; step <= 4; ++step) {
+        for (int32_t id = 0; id < 3; ++id) {
+            g_.Move(id, 200 + 300 * id + 100 * step, 1000, {0, 1, 2});
+        }
+    }
+    ASSERT_EQ(g_.State(), STATE_SLIDE);
+    EXPECT_EQ(g_.Up(2, 1200, 1000, {0, 1, 2}), STATE_TWO_FINGERS_DOWN);
+    EXPECT_EQ(g_.Data().distance, 300);
+}
+
 TEST_F(ThreeFingerTest, FourthFingerEndsAndLiftingOneFallsBackToTwo)
 {
     EXPECT_EQ(g_.Down(3, 900, 1500, {0, 1, 2, 3}), STATE_END);

@@ -25,6 +25,7 @@ TEST(IdleErrorStateTest, StartsOnALoneFingerZeroAndErrorWaitsForTheLastFinger)
     const std::vector<std::vector<Step>> sequences = {
         {{2, 0, {0, 1}, STATE_IDLE},  // several fingers at once: ignored
          {2, 0, {0}, STATE_ONE_FINGER_DOWN}},
+        {{2, 0, {0}, STATE_ONE_FINGER_DOWN}, {4, 0, {0}, STATE_IDLE}},  // a tap
         // Foreign fingers, moves and ups in idle are errors; a lone lift clears them.
         {{2, 3, {3}, STATE_ERROR},
          {4, 3, {3}, STATE_IDLE},
@@ -72,6 +73,16 @@ TEST(AlgoStateManagerTest, TransitionOutsideTheStatesRecoversFromIdle)
     EXPECT_EQ(g.Manager().GetCurrentState(), nullptr);
     EXPECT_EQ(g.Down(0, 10, 20, {0}), STATE_IDLE);
     EXPECT_EQ(g.Down(0, 10, 20, {0}), STATE_ONE_FINGER_DOWN);
+}
+
+TEST(AlgoStateManagerTest, WithoutACallbackGesturesAreOnlyLogged)
+{
+    GestureDriver g;
+    g.Manager().RegisterCallback(nullptr);
+    g.Down(0, 50, 1000, {0});
+    g.Move(0, 100, 1000, {0});
+    EXPECT_EQ(g.Move(0, 150, 1000, {0}), STATE_SWIPE);
+    EXPECT_TRUE(g.Reports().empty());
 }
 
 TEST(GestureGeometryTest, DistanceAngleAndScale)
