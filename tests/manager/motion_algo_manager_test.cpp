@@ -66,27 +66,13 @@ TEST_F(MotionAlgoManagerTest, ReportsGoToTheFirstRegisteredCallback)
     EXPECT_EQ(manager_->Disable(6), 0);
 }
 
-TEST_F(MotionAlgoManagerTest, SharedSensorStaysSubscribedUntilItsLastUserIsDisabled)
-{
-    ASSERT_EQ(manager_->Enable(3), 0);
-    ASSERT_EQ(manager_->Enable(2), 0);
-    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 1);
-    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kProx), 1);
-
-    ASSERT_EQ(manager_->Disable(3), 0);
-    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 1);
-
-    ASSERT_EQ(manager_->Disable(2), 0);
-    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 0);
-    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kProx), 0);
-    EXPECT_TRUE(manager_->CheckActiveAlgo());
-}
-
-TEST_F(MotionAlgoManagerTest, PocketNearEarAndFlipShareSensorsInAnyDisableOrder)
+// Flip, near-ear and pocket share the accelerometer; the last two the proximity sensor.
+TEST_F(MotionAlgoManagerTest, SharedSensorsStaySubscribedUntilTheirLastUserIsDisabled)
 {
     for (int type : {3, 2, 7}) {
         ASSERT_EQ(manager_->Enable(type), 0);
     }
+    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 1);
     EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kLight), 1);
     ASSERT_EQ(manager_->Disable(2), 0);
     EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kProx), 1);  // pocket still uses it
@@ -96,6 +82,7 @@ TEST_F(MotionAlgoManagerTest, PocketNearEarAndFlipShareSensorsInAnyDisableOrder)
     EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 1);  // flip still uses it
     ASSERT_EQ(manager_->Disable(3), 0);
     EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 0);
+    EXPECT_TRUE(manager_->CheckActiveAlgo());
 }
 
 TEST_F(MotionAlgoManagerTest, UnknownTypesFailAndDisablingWhatIsOffSucceeds)
