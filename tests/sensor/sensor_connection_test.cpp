@@ -146,6 +146,14 @@ TEST_F(SensorConnectionTest, EachFailingPlatformStepStopsTheSequence)
     EXPECT_FALSE(connection_.UnregisterSensor(kTestType, 1));  // already deactivated
 }
 
+TEST_F(SensorConnectionTest, SupportedSensorsComeFromTheDeviceList)
+{
+    EXPECT_TRUE(connection_.IsSupportedSensor(12));
+    EXPECT_FALSE(connection_.IsSupportedSensor(2));
+    HostPlatform::SetDeviceSensors({});
+    EXPECT_FALSE(connection_.IsSupportedSensor(1));
+}
+
 TEST_F(SensorConnectionTest, NullEventIsNotQueued)
 {
     Received received;
