@@ -8,7 +8,6 @@
 #include <cmath>
 
 #include "gesture_driver.h"
-#include "log_capture.h"
 
 namespace Tarvo::Quil::Test {
 namespace {
@@ -65,77 +64,6 @@ TEST(AlgoStateManagerTest, StayingKeepsTheStateObjectAndItsStore)
     EXPECT_EQ(g.Manager().GetCurrentState(), object);
     ASSERT_EQ(g.StoreSize(), 1U);
     EXPECT_EQ(g.Data().pointerEvents.begin()->second.x, 10);
-}
-
-// A reused state object must enter each time as a new one would: every state, every
-// member (the three-finger move state keeps travels of its own), through gestures cut
-// short in each state. Compared with a manager that makes a new object per transition:
-// its reports, states and log lines must be the same.
-TEST(AlgoStateManagerTest, ReusedStateObjectsBehaveAsNewOnes)
-{
-    auto touch = [](int32_t action, int32_t id, int32_t x, int32_t y, std::vector<int32_t> ids) {
-        return PointerEvent{id, action, x, y, std::move(ids)};
-    };
-    // Three fingers down, moving `dy` in `steps` rounds, then (optionally) lifted.
-    auto three = [&touch](int32_t x, int32_t dy, bool lift, int32_t steps = 1) {
-        std::vector<PointerEvent> events = {touch(2, 0, x, 900, {0}),
-                                            touch(2, 1, x + 200, 900, {0, 1}),
-                                            touch(2, 2, x + 400, 900, {0, 1, 2})};
-        for (int32_t step = 1; step <= steps; ++step) {
-            for (int32_t f = 0; f < 3; ++f) {
-                events.push_back(touch(3, f, x + 200 * f, 900 + dy * step / steps, {0, 1, 2}));
-            }
-        }
-        if (lift) {
-            events.push_back(touch(4, 2, x + 400, 900 + dy, {0, 1, 2}));
-            events.push_back(touch(4, 1, x + 200, 900 + dy, {0, 1}));
-            events.push_back(touch(4, 0, x, 900 + dy, {0}));
-        }
-        return events;
-    };
-    std::vector<PointerEvent> events = three(100, 50, true);  // every finger moved, no slide
-    for (const PointerEvent& event : three(150, 0, false)) {
-        if (event.pointerAction == 2) {
-            events.push_back(event);  // the same fingers down again, none has moved
-        }
-    }
-    events.push_back(touch(3, 0, 150, 910, {0, 1, 2}));
-    events.push_back(touch(3, 0, 150, 1300, {0, 1, 2}));  // finger 0 alone goes far
-    events.push_back(touch(9, 0, 0, 0, {0}));
-    for (const PointerEvent& event : three(300, 400, true, 4)) {
-        events.push_back(event);  // a real slide
-    }
-    events.push_back(touch(2, 0, 20, 2700, {0}));
-    events.push_back(touch(3, 0, 20, 2500, {0}));  // a swipe up from the bottom edge
-    events.push_back(touch(2, 1, 500, 900, {0, 1}));
-    events.push_back(touch(3, 1, 900, 900, {0, 1}));
-    events.push_back(touch(4, 1, 900, 900, {0, 1}));
-    events.push_back(touch(4, 0, 20, 2500, {0}));
-
-    Host::HostPlatform::Reset();
-    auto play = [&events](StateObjects objects) {
-        GestureDriver::ResetReport();
-        auto callback = std::make_shared<RecordingCallback>();
-        LogCapture log;
-        AlgoStateManager manager(objects);
-        manager.RegisterCallback(callback);
-        std::string seen;
-        for (const PointerEvent& event : events) {
-            manager.TransformState(manager.EnableHandle(event));
-            seen += std::to_string(manager.GetCurrentState()->GetCurrentState()) + " ";
-        }
-        for (const Host::LogLine& line : log.Lines()) {
-            seen += "\n" + Host::FormatLogLine(line);
-        }
-        for (const MotionData& report : callback->Reports()) {
-            seen += "\n" + report.Dump();
-        }
-        return seen;
-    };
-    const std::string fresh = play(StateObjects::FRESH);
-    EXPECT_EQ(play(StateObjects::REUSED), fresh);
-    EXPECT_NE(fresh.find("Not all fingers moved"), std::string::npos);
-    EXPECT_NE(fresh.find("type:13 result:1 status:1"), std::string::npos);
 }
 
 TEST(AlgoStateManagerTest, TransitionOutsideTheStatesRecoversFromIdle)

@@ -44,10 +44,10 @@ public:
     std::vector<MotionData> Reports() const { return callback_->Reports(); }
     static const MotionData& Report() { return AlgoGestureState::GetReportInfo(); }
     AlgoStateManager& Manager() { return manager_; }
-    static void ResetReport() { Resetter().ResetReportInfo(); }
 
 private:
     struct Resetter : AlgoGestureState {};
+    static void ResetReport() { Resetter().ResetReportInfo(); }
 
     std::shared_ptr<RecordingCallback> callback_ = std::make_shared<RecordingCallback>();
     AlgoStateManager manager_;
