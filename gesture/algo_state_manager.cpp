@@ -17,7 +17,16 @@
 namespace Tarvo::Quil {
 namespace {
 constexpr char kLogTag[] = "AlgoStateManager";
+#ifdef QUIL_FRESH_GESTURE_STATES
+constexpr StateObjects kBuildStateObjects = StateObjects::FRESH;
+#else
+constexpr StateObjects kBuildStateObjects = StateObjects::REUSED;
+#endif
 }  // namespace
+
+AlgoStateManager::AlgoStateManager() : AlgoStateManager(kBuildStateObjects)
+{
+}
 
 AlgoStateManager::AlgoStateManager(StateObjects objects) : objects_(objects)
 {
