@@ -50,8 +50,7 @@ std::string Missing(int32_t type, const Linux::DevicePresence& presence)
     for (int32_t sensor : Tools::MotionNeeds::SensorsOf(type)) {
         if (std::find(presence.sensors.begin(), presence.sensors.end(), sensor) ==
             presence.sensors.end()) {
-            missing +=
-                (missing.empty() ? "" : ", ") + Tools::MotionNeeds::SensorName(sensor) + " sensor";
+            missing += (missing.empty() ? "" : ", ") + Tools::MotionNeeds::SensorName(sensor);
         }
     }
     if (Tools::MotionNeeds::NeedsTouchscreen(type) && presence.touchscreen.empty()) {
@@ -119,8 +118,8 @@ void MotionService::SetPresence(const Linux::DevicePresence& presence)
     for (int32_t type : registry_.HeldTypes()) {
         if (std::find(available.begin(), available.end(), type) == available.end()) {
             ServiceLog::Print(ServiceLog::WARN,
-                              "type %s is claimed but its %s is gone: the claims stay, and it "
-                              "resumes when the device is back",
+                              "type %s is claimed, but a device it needs is gone (%s): the "
+                              "claims stay, and it resumes when the device is back",
                               Named(type).c_str(), Missing(type, presence).c_str());
         }
     }
@@ -195,9 +194,9 @@ std::optional<sdbus::Error> MotionService::Refusal(const std::string& sender, in
             break;
     }
     if (std::find(available_.begin(), available_.end(), type) == available_.end()) {
-        return sdbus::Error(Bus::kErrorUnavailable, "type " + Named(type) + " needs a " +
-                                                        Missing(type, presence_) +
-                                                        ", which this device does not have now");
+        return sdbus::Error(Bus::kErrorUnavailable,
+                            "type " + Named(type) + " needs a device this one does not have now: " +
+                                Missing(type, presence_));
     }
     if (registry_.Holders(type).empty()) {
         const int result = algo_.Enable(type);
