@@ -14,6 +14,7 @@ arguments in order and prints one line for each outcome:
   hold               reads messages until killed
   sleep:SECONDS      does nothing, not even read its messages
   ready              prints "ready" (for a test waiting on the claims before it)
+  own:NAME           asks for a bus name: "own NAME ok" or "own NAME error NAME MESSAGE"
   describe[:FILE]    the service's interface as one line, from its live introspection or
                      from the introspection file FILE, to compare the two
 
@@ -137,6 +138,12 @@ for step in sys.argv[1:]:
         time.sleep(float(parts[0]))
     elif kind == "ready":
         say("ready")
+    elif kind == "own":
+        try:
+            bus.request_name(rest, dbus.bus.NAME_FLAG_DO_NOT_QUEUE)
+            say("own", rest, "ok")
+        except dbus.exceptions.DBusException as error:
+            say("own", rest, "error", error.get_dbus_name(), error.get_dbus_message())
     elif kind == "describe" and rest:
         with open(rest, encoding="utf-8") as file:
             say(describe(file.read()))

@@ -60,7 +60,7 @@ protected:
                "  <include>/usr/share/dbus-1/session.conf</include>\n"
                "  <policy context=\"default\"><allow user=\"*\"/></policy>\n"
                "</busconfig>\n";
-        StartBus();
+        StartBus(dir_ + "/bus.conf");
     }
 
     void TearDown() override
@@ -79,11 +79,16 @@ protected:
         std::system(("rm -rf " + dir_).c_str());
     }
 
-    void StartBus()
+    // A dbus-daemon on `config`, in place of the one running.
+    void StartBus(const std::string& config)
     {
+        if (bus_ != nullptr) {
+            bus_->Signal(SIGTERM);
+            bus_->Wait();
+        }
         bus_ = std::make_unique<ChildProcess>();
         ASSERT_TRUE(
-            bus_->Start({"/usr/bin/dbus-daemon", "--config-file=" + dir_ + "/bus.conf",
+            bus_->Start({"/usr/bin/dbus-daemon", "--config-file=" + config,
                          "--address=unix:path=" + dir_ + "/bus", "--nofork", "--print-address=1"}));
         ASSERT_TRUE(WaitFor([this] { return !bus_->Out().empty(); })) << bus_->Err();
         setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + dir_ + "/bus").c_str(), 1);

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <grp.h>
 #include <gtest/gtest.h>
+#include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -342,6 +344,125 @@ TEST_F(MotiondTest, TheLiveInterfaceIsTheInstalledDescription)
     ASSERT_EQ(lines.size(), 2u) << described.err;
     EXPECT_THAT(lines[0], HasSubstr("method Claim in i type"));
     EXPECT_EQ(lines[0], lines[1]);
+}
+
+TEST_F(MotiondTest, TheExampleClientRunsItsCommandWhenTheDeviceLiesFaceDown)
+{
+    StartService({"--replay", std::string(QUIL_SOURCE_DIR) + "/examples/flip.trace"});
+    const std::string out = Path("muted");
+    ChildProcess example;
+    ASSERT_TRUE(example.Start({"/usr/bin/python3",
+                               std::string(QUIL_SOURCE_DIR) + "/examples/service/motion_client.py",
+                               "--session", "/bin/sh", "-c", "echo muted >> " + out}));
+    ASSERT_TRUE(WaitForOut(example, "flip: result", 2)) << example.Err() << ServiceLog();
+    EXPECT_EQ(example.Out(), "flip: result 1\nflip: result 0\n");
+    EXPECT_EQ(ReadFile(out), "muted\n");
+    example.Signal(SIGINT);
+    EXPECT_EQ(example.Wait().exitCode, 0);
+}
+
+std::string System(const std::string& file)
+{
+    return std::string(QUIL_SOURCE_DIR) + "/tools/quil_motiond/system/" + file;
+}
+
+std::string UserName()
+{
+    const passwd* user = getpwuid(getuid());
+    return user != nullptr ? user->pw_name : "";
+}
+
+// A bus as strict as the system bus by default (no names owned, no method calls but to
+// the bus, replies only when asked for), with the package's policy for the service, its
+// user being the test's.
+TEST_F(MotiondTest, TheSystemBusPolicyLetsTheServiceServeAndPingItsClients)
+{
+    std::string policy = ReadFile(System("org.quilmotion.Motion1.conf"));
+    const std::string user = "user=\"quil-motiond\"";
+    ASSERT_NE(policy.find(user), std::string::npos);
+    policy.replace(policy.find(user), user.size(), "user=\"" + UserName() + "\"");
+    WriteFile("policy.conf", policy);
+    WriteFile("system.conf",
+              "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration "
+              "1.0//EN\" \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+              "<busconfig>\n"
+              "  <type>system</type>\n"
+              "  <listen>unix:path=" +
+                  Path("bus") +
+                  "</listen>\n"
+                  "  <auth>EXTERNAL</auth>\n"
+                  "  <policy context=\"default\">\n"
+                  "    <allow user=\"*\"/>\n"
+                  "    <deny own=\"*\"/>\n"
+                  "    <deny send_type=\"method_call\"/>\n"
+                  "    <allow send_type=\"signal\"/>\n"
+                  "    <allow send_requested_reply=\"true\" send_type=\"method_return\"/>\n"
+                  "    <allow send_requested_reply=\"true\" send_type=\"error\"/>\n"
+                  "    <allow receive_type=\"method_call\"/>\n"
+                  "    <allow receive_type=\"method_return\"/>\n"
+                  "    <allow receive_type=\"error\"/>\n"
+                  "    <allow receive_type=\"signal\"/>\n"
+                  "    <allow send_destination=\"org.freedesktop.DBus\"\n"
+                  "           send_interface=\"org.freedesktop.DBus\"/>\n"
+                  "  </policy>\n"
+                  "  <include>" +
+                  Path("policy.conf") +
+                  "</include>\n"
+                  "</busconfig>\n");
+    StartBus(Path("system.conf"));
+    // More motions than a client may have unread: they all arrive only if the pings that
+    // tell the service they were read get through the policy.
+    const std::string trace = WriteFile("flips.trace", Flips(400, 1, 500));
+    StartService({"--replay", trace});
+    const ChildResult client = Client({"claim:3", "receive:800:20", "get:Version"});
+    EXPECT_THAT(client.out, HasSubstr("received 800")) << client.err << ServiceLog();
+    EXPECT_THAT(client.out, HasSubstr("get Version"));
+    EXPECT_THAT(ServiceLog(), Not(HasSubstr("not reading")));
+    const ChildResult thief = Client({"own:org.quilmotion.Motion1", "own:org.quilmotion.Other"});
+    if (getuid() == 0 && access("/usr/bin/setpriv", X_OK) == 0) {
+        // Anyone may claim a device motion; no one else may take the name.
+        std::vector<std::string> args = {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534",
+                                         "--clear-groups"};
+        for (const std::string& arg : ClientArgs({"claim:3", "own:org.quilmotion.Motion1"})) {
+            args.push_back(arg);
+        }
+        const ChildResult stranger = ChildProcess::Run(args);
+        EXPECT_THAT(stranger.out, HasSubstr("claim 3 ok")) << stranger.err;
+        EXPECT_THAT(stranger.out, HasSubstr("own org.quilmotion.Motion1 error "
+                                            "org.freedesktop.DBus.Error.AccessDenied"));
+    }
+    EXPECT_THAT(thief.out, HasSubstr("own org.quilmotion.Other error "
+                                     "org.freedesktop.DBus.Error.AccessDenied"))
+        << thief.err;
+}
+
+// The activation file, as the package installs it but for the session bus: the first
+// call to the name starts the service.
+TEST_F(MotiondTest, TheFirstCallStartsTheServiceThroughActivation)
+{
+    std::string activation = ReadFile(System("org.quilmotion.Motion1.service.in"));
+    const std::string exec = "@QUIL_SBINDIR@/quil-motiond";
+    ASSERT_NE(activation.find(exec), std::string::npos);
+    activation.replace(activation.find(exec), exec.size(),
+                       std::string(QUIL_MOTIOND_PATH) + " --session --replay " + QUIL_SOURCE_DIR +
+                           "/examples/flip.trace");
+    mkdir(Path("services").c_str(), 0755);
+    WriteFile("services/org.quilmotion.Motion1.service", activation);
+    WriteFile("activating.conf",
+              "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration "
+              "1.0//EN\" \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+              "<busconfig>\n"
+              "  <include>/usr/share/dbus-1/session.conf</include>\n"
+              "  <servicedir>" +
+                  Path("services") +
+                  "</servicedir>\n"
+                  "</busconfig>\n");
+    StartBus(Path("activating.conf"));
+    ChildProcess watch;
+    ASSERT_TRUE(watch.Start({QUIL_WATCH_PATH, "--session", "monitor", "flip"}));
+    EXPECT_TRUE(WaitForOut(watch, "report ", 2)) << watch.Err() << bus_->Err();
+    watch.Signal(SIGTERM);
+    EXPECT_EQ(watch.Wait().exitCode, 0);
 }
 
 }  // namespace
