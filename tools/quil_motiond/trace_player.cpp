@@ -178,6 +178,9 @@ bool TracePlayer::WaitUntil(double stampMs)
 void TracePlayer::Run()
 {
     Tools::TraceParser parser(path_, file_);
+    if (streamed_) {
+        parser.SetStreaming();
+    }
     TraceRecord record;
     std::string error;
     double stamp = 0.0;
