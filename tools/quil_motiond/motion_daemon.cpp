@@ -97,6 +97,7 @@ int MotionDaemon::Run(Tools::StopSignals& stop)
     PresenceMailbox presence;
     MotionService service(*bus, *algo, GestureAccess(options_.gestureGroup));
     Bus::BusLoop loop(*bus);
+    std::vector<Quil::MotionData> batch;  // the reports the loop takes at a time
     bool served = false;
     try {
         LinuxPlatform::SetPresenceObserver(
@@ -117,7 +118,6 @@ int MotionDaemon::Run(Tools::StopSignals& stop)
                 }
             },
             sdbus::floating_slot);
-        std::vector<Quil::MotionData> batch;
         loop.Watch(reports->Fd(), [&] {
             reports->TakeAll(batch);
             for (const Quil::MotionData& data : batch) {

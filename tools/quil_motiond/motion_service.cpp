@@ -153,7 +153,8 @@ std::optional<MotionService::Credentials> MotionService::CredentialsOf(const std
     }
 }
 
-std::optional<sdbus::Error> MotionService::Refusal(const std::string& sender, int32_t type)
+std::optional<sdbus::Error> MotionService::Refusal(const std::string& sender, int32_t type,
+                                                   std::optional<Credentials>& credentials)
 {
     if (!IsSupported(type)) {
         return sdbus::Error(Bus::kErrorUnsupportedType,
@@ -172,7 +173,10 @@ std::optional<sdbus::Error> MotionService::Refusal(const std::string& sender, in
         }
     }
     if (Tools::MotionNeeds::NeedsTouchscreen(type)) {
-        const std::optional<Credentials> credentials = CredentialsOf(sender);
+        // A connection's credentials are those it connected with: asked once per client.
+        credentials = client != clients_.end() && client->second.credentials.has_value()
+                          ? client->second.credentials
+                          : CredentialsOf(sender);
         if (!credentials.has_value() || !access_.Allows(credentials->uid, credentials->groups)) {
             return sdbus::Error(Bus::kErrorAccessDenied,
                                 "type " + Named(type) +
@@ -198,14 +202,20 @@ std::optional<sdbus::Error> MotionService::Refusal(const std::string& sender, in
                             "type " + Named(type) + " needs a device this one does not have now: " +
                                 Missing(type, presence_));
     }
-    if (registry_.Holders(type).empty()) {
-        const int result = algo_.Enable(type);
-        ServiceLog::Print(ServiceLog::INFO, "enable %d -> %d (first claim, by %s)", type, result,
-                          sender.c_str());
-        if (result != 0) {
-            return sdbus::Error(Bus::kErrorFailed,
-                                "the recogniser of type " + Named(type) + " could not be started");
-        }
+    return std::nullopt;
+}
+
+std::optional<sdbus::Error> MotionService::StartIfFirst(const std::string& sender, int32_t type)
+{
+    if (!registry_.Holders(type).empty()) {
+        return std::nullopt;
+    }
+    const int result = algo_.Enable(type);
+    ServiceLog::Print(ServiceLog::INFO, "enable %d -> %d (first claim, by %s)", type, result,
+                      sender.c_str());
+    if (result != 0) {
+        return sdbus::Error(Bus::kErrorFailed,
+                            "the recogniser of type " + Named(type) + " could not be started");
     }
     return std::nullopt;
 }
@@ -217,12 +227,19 @@ void MotionService::Claim(sdbus::MethodCall call)
         const std::string sender = call.getSender();
         int32_t type = 0;
         call >> type;
-        std::optional<sdbus::Error> refusal = Refusal(sender, type);
+        std::optional<Credentials> credentials;
+        std::optional<sdbus::Error> refusal = Refusal(sender, type, credentials);
+        if (!refusal.has_value()) {
+            refusal = StartIfFirst(sender, type);
+        }
         if (!refusal.has_value()) {
             registry_.Claim(sender, type);
             Client& client = clients_[sender];
             if (client.peer == nullptr) {
                 client.peer = sdbus::createProxy(bus_, sender, "/");
+            }
+            if (credentials.has_value()) {
+                client.credentials = credentials;
             }
             ServiceLog::Print(ServiceLog::DEBUG, "claim %d by %s (%zu claims)", type,
                               sender.c_str(), registry_.ClaimsOf(sender));

@@ -57,13 +57,18 @@ private:
     struct Client {
         DeliveryWindow window;
         std::unique_ptr<sdbus::IProxy> peer;  // where pings go
+        std::optional<Credentials> credentials;
         bool reportedBehind = false;
     };
 
     void Claim(sdbus::MethodCall call);
     void Release(sdbus::MethodCall call);
-    // The error a claim of `type` by `sender` gets, or nullopt when it may go ahead.
-    std::optional<sdbus::Error> Refusal(const std::string& sender, int32_t type);
+    // The error a claim of `type` by `sender` gets, or nullopt when it may go ahead; the
+    // credentials it had to ask for, for the client's record.
+    std::optional<sdbus::Error> Refusal(const std::string& sender, int32_t type,
+                                        std::optional<Credentials>& credentials);
+    // Enables `type` in the plug-in when nobody holds it yet; the error when that fails.
+    std::optional<sdbus::Error> StartIfFirst(const std::string& sender, int32_t type);
     std::optional<Credentials> CredentialsOf(const std::string& sender);
     void Disable(int32_t type, const char* why, const std::string& client);
     void Ping(const std::string& name, Client& client);
