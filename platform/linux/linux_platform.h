@@ -65,7 +65,8 @@ public:
     static void SetLogLevel(int level);
     static void SetLogDestination(LogDestination destination);
     // Written lines go to `sink` instead (formatted as on standard error); an empty
-    // function removes it.
+    // function removes it. It runs under the log's own lock, on whichever thread writes
+    // the line, and must not call the layer.
     static void SetLogSink(std::function<void(int level, const std::string& line)> sink);
 
     // Called on the delivering thread before the library sees the sample or event.

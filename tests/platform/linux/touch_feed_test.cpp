@@ -14,6 +14,7 @@
 #include "child_process.h"
 #include "evemu_reader.h"
 #include "line_reader.h"
+#include "touch_recordings.h"
 #include "trace_writer.h"
 
 namespace Tarvo::Linux {
@@ -169,22 +170,8 @@ TEST_P(RecordingTest, GivesTheReportsOfTheImportedRecording)
     EXPECT_EQ(replay.out, expected.str());
 }
 
-INSTANTIATE_TEST_SUITE_P(Touchscreens, RecordingTest,
-                         ::testing::Values("EP0430M09.1-finger-drag-up-down.events",
-                                           "EP0430M09.2-finger-scroll-down.events",
-                                           "EP0430M09.2-fingers-touch-release.events",
-                                           "EP0430M09.4-finger-drag-down.events",
-                                           "Wacom-ISDv4-E6-Finger.double-center-scroll.events",
-                                           "Wacom-ISDv4-E6-Finger.double-top-swipe.events",
-                                           "Wacom-ISDv4-E6-Finger.single-top-swipe.events",
-                                           "dell_canvas_touch.evemu"),
-                         [](const auto& info) {
-                             std::string name = info.param;
-                             for (char& c : name) {
-                                 c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-                             }
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Touchscreens, RecordingTest, Tarvo::Test::TouchRecordings(),
+                         Tarvo::Test::RecordingName);
 
 }  // namespace
 }  // namespace Tarvo::Linux

@@ -16,6 +16,7 @@
 #include <sstream>
 
 #include "child_process.h"
+#include "touch_recordings.h"
 #include "umockdev_testbed.h"
 
 namespace Tarvo::Live {
@@ -297,22 +298,8 @@ TEST_P(RecordingTest, GivesWhatTheImportedRecordingReplaysTo)
     EXPECT_EQ(Touches(live_trace.str()), Touches(imported.out));
 }
 
-INSTANTIATE_TEST_SUITE_P(Touchscreens, RecordingTest,
-                         ::testing::Values("EP0430M09.1-finger-drag-up-down.events",
-                                           "EP0430M09.2-finger-scroll-down.events",
-                                           "EP0430M09.2-fingers-touch-release.events",
-                                           "EP0430M09.4-finger-drag-down.events",
-                                           "Wacom-ISDv4-E6-Finger.double-center-scroll.events",
-                                           "Wacom-ISDv4-E6-Finger.double-top-swipe.events",
-                                           "Wacom-ISDv4-E6-Finger.single-top-swipe.events",
-                                           "dell_canvas_touch.evemu"),
-                         [](const auto& info) {
-                             std::string name = info.param;
-                             for (char& c : name) {
-                                 c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-                             }
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Touchscreens, RecordingTest, Tarvo::Test::TouchRecordings(),
+                         Tarvo::Test::RecordingName);
 
 }  // namespace
 }  // namespace Tarvo::Live
