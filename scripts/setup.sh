@@ -8,6 +8,9 @@ packages=(g++ make cmake ninja-build pkg-config binutils libcjson-dev libgtest-d
           time
           # touch decoding (event names) in the importer and the Linux platform
           libevdev-dev
+          # the Linux platform finds and follows its devices through udev; its tests
+          # run it on emulated devices
+          libudev-dev umockdev libumockdev-dev
           # libFuzzer runs
           clang libclang-rt-14-dev
           # packages, man pages and the reference

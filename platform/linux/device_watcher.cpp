@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 
 #include "iio_device.h"
 #include "iio_sensor_service.h"
@@ -16,6 +17,12 @@
 #include "thread_support.h"
 
 namespace Tarvo::Linux {
+namespace {
+
+constexpr char kSysfs[] = "/sys";
+constexpr char kInputDirectory[] = "/dev/input";
+
+}  // namespace
 
 DeviceWatcher& DeviceWatcher::Instance()
 {
@@ -27,30 +34,56 @@ DeviceWatcher& DeviceWatcher::Instance()
 DevicePresence DeviceWatcher::Refresh()
 {
     std::lock_guard<std::mutex> look(lookMutex_);
+    StartLooked();
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        StartLocked();
         if (scripted_) {
             return current_;
         }
     }
-    const DevicePresence presence = Look();
+    const Settings settings{LinuxSettings::Instance().SysfsRoot(),
+                            LinuxSettings::Instance().TouchDevice()};
+    // Events not taken yet are taken now, so that what udev has said counts at once.
+    const bool changed = udev_.TakeEvents();
+    if (!changed && looked_ && following_ && settings.sysfsRoot == kSysfs &&
+        settings == lookedWith_) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return current_;  // udev tells of every change
+    }
+    const DevicePresence presence = LookLooked();
     std::lock_guard<std::mutex> lock(mutex_);
     PublishLocked(presence);
     return presence;
 }
 
-DevicePresence DeviceWatcher::Look()
+DevicePresence DeviceWatcher::LookLooked()
 {
+    lookedWith_ = {LinuxSettings::Instance().SysfsRoot(), LinuxSettings::Instance().TouchDevice()};
+    looked_ = true;
     std::vector<std::string> problems;
-    IioSensorService& sensors = IioSensorService::Instance();
-    sensors.UseDevices(IioDevice::Scan(LinuxSettings::Instance().SysfsRoot(), problems), problems);
+    std::vector<IioDevice> sensors;
+    if (lookedWith_.sysfsRoot == kSysfs) {
+        for (const UdevDevices::Device& device : udev_.IioDevices()) {
+            std::vector<IioDevice> found =
+                IioDevice::Probe(device.syspath, device.sysname, problems);
+            std::move(found.begin(), found.end(), std::back_inserter(sensors));
+        }
+    } else {
+        sensors = IioDevice::Scan(lookedWith_.sysfsRoot, problems);
+    }
+    IioSensorService& sensorService = IioSensorService::Instance();
+    sensorService.UseDevices(std::move(sensors), problems);
+
+    std::vector<std::string> nodes;
+    for (const UdevDevices::Device& device : udev_.EventNodes()) {
+        nodes.push_back(device.devnode);
+    }
     LinuxInputService& input = LinuxInputService::Instance();
     std::string whyNone;
     DevicePresence presence;
-    presence.touchscreen = input.Search(whyNone);
+    presence.touchscreen = input.Search(nodes, kInputDirectory, whyNone);
     input.UseTouchscreen(presence.touchscreen, whyNone);
-    presence.sensors = sensors.PresentSensors();
+    presence.sensors = sensorService.PresentSensors();
     return presence;
 }
 
@@ -61,24 +94,25 @@ void DeviceWatcher::UseScripted(const DevicePresence& scripted)
     presence.sensors.erase(std::unique(presence.sensors.begin(), presence.sensors.end()),
                            presence.sensors.end());
     std::lock_guard<std::mutex> look(lookMutex_);
+    StartLooked();
     IioSensorService::Instance().UseScriptedSensors(presence.sensors);
     LinuxInputService::Instance().UseScriptedTouchscreen();
     std::lock_guard<std::mutex> lock(mutex_);
     scripted_ = true;
-    StartLocked();
     PublishLocked(presence);
 }
 
 void DeviceWatcher::SetObserver(std::function<void(const DevicePresence&)> observer)
 {
+    if (observer) {
+        std::lock_guard<std::mutex> look(lookMutex_);
+        StartLooked();
+    }
     std::unique_lock<std::mutex> lock(mutex_);
     // The old observer may belong to code that goes away once this returns.
     gate_.WaitOut(lock);
     observer_ = std::move(observer);
     notified_ = current_;
-    if (observer_) {
-        StartLocked();
-    }
 }
 
 void DeviceWatcher::PublishLocked(const DevicePresence& presence)
@@ -87,34 +121,64 @@ void DeviceWatcher::PublishLocked(const DevicePresence& presence)
         return;
     }
     current_ = presence;
-    const uint64_t one = 1;
-    [[maybe_unused]] const ssize_t written = write(wakeFd_, &one, sizeof(one));
+    if (wakeFd_ >= 0) {
+        const uint64_t one = 1;
+        [[maybe_unused]] const ssize_t written = write(wakeFd_, &one, sizeof(one));
+    }
 }
 
-void DeviceWatcher::StartLocked()
+void DeviceWatcher::StartLooked()
 {
-    if (thread_ != nullptr) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (thread_ != nullptr || wakeFd_ == -2) {
         return;
+    }
+    std::string error;
+    if (!udev_.Connect(error)) {
+        LinuxLog::Instance().Write(LOG_LEVEL_ERROR, error + "; no sensor or touchscreen is found");
+    } else if (!udev_.Follow(error)) {
+        LinuxLog::Instance().Write(LOG_LEVEL_ERROR,
+                                   error + "; devices are looked at again only when used");
+    } else {
+        following_ = true;
     }
     wakeFd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (wakeFd_ < 0) {
+        wakeFd_ = -2;  // not tried again
         LinuxLog::Instance().Write(LOG_LEVEL_ERROR,
                                    "cannot create an eventfd: device changes go untold");
         return;
     }
-    thread_ = std::make_unique<std::thread>([this, fd = wakeFd_] { Run(fd); });
+    thread_ = std::make_unique<std::thread>(
+        [this, wake = wakeFd_, events = udev_.MonitorFd()] { Run(wake, events); });
 }
 
-void DeviceWatcher::Run(int wakeFd)
+void DeviceWatcher::Run(int wakeFd, int udevFd)
 {
     SetThreadName("quil-devices");
     for (;;) {
-        pollfd fds[1] = {{wakeFd, POLLIN, 0}};
-        if (poll(fds, 1, -1) < 0) {
-            continue;  // EINTR; nothing else can fail on one valid descriptor
+        // No timeout: the thread sleeps until a device changes or the observer is due.
+        pollfd fds[2] = {{wakeFd, POLLIN, 0}, {udevFd, POLLIN, 0}};
+        if (poll(fds, 2, -1) < 0) {
+            continue;  // EINTR; the descriptors are valid or -1, which poll skips
         }
-        uint64_t count = 0;
-        [[maybe_unused]] const ssize_t got = read(wakeFd, &count, sizeof(count));
+        if (fds[0].revents != 0) {
+            uint64_t count = 0;
+            [[maybe_unused]] const ssize_t got = read(wakeFd, &count, sizeof(count));
+        }
+        if (fds[1].revents != 0) {
+            std::lock_guard<std::mutex> look(lookMutex_);
+            bool scripted = false;
+            {
+                std::lock_guard<std::mutex> lock(mutex_);
+                scripted = scripted_;
+            }
+            if (udev_.TakeEvents() && !scripted) {
+                const DevicePresence presence = LookLooked();
+                std::lock_guard<std::mutex> lock(mutex_);
+                PublishLocked(presence);
+            }
+        }
         // Changes that come while the observer runs are told after it returns, the
         // latest state only.
         std::unique_lock<std::mutex> lock(mutex_);

@@ -37,12 +37,13 @@ IioSensorService::IioSensorService() : pool_(kBlockFloats * kPoolBlocks, 0.0f)
 void IioSensorService::UseDevices(std::vector<IioDevice> devices,
                                   const std::vector<std::string>& problems)
 {
+    std::vector<std::string> news;
+    std::unique_lock<std::mutex> lock(mutex_);
     for (const std::string& problem : problems) {
         if (reported_.insert(problem).second) {
-            LinuxLog::Instance().Write(LOG_LEVEL_ERROR, "sensor skipped: " + problem);
+            news.push_back(problem);
         }
     }
-    std::lock_guard<std::mutex> lock(mutex_);
     devices_ = std::move(devices);
     scripted_ = false;
     present_.clear();
@@ -55,6 +56,10 @@ void IioSensorService::UseDevices(std::vector<IioDevice> devices,
         AttachLocked(type, poll);
     }
     wake_.notify_all();
+    lock.unlock();
+    for (const std::string& problem : news) {
+        LinuxLog::Instance().Write(LOG_LEVEL_ERROR, "sensor skipped: " + problem);
+    }
 }
 
 void IioSensorService::UseScriptedSensors(const std::vector<int32_t>& types)

@@ -36,7 +36,8 @@ void LinuxInputService::ReportOnce(int level, const std::string& message)
     LinuxLog::Instance().Write(level, message);
 }
 
-std::string LinuxInputService::Search(std::string& whyNone)
+std::string LinuxInputService::Search(const std::vector<std::string>& nodes, const std::string& dir,
+                                      std::string& whyNone)
 {
     std::string path = LinuxSettings::Instance().TouchDevice();
     if (!path.empty()) {
@@ -48,9 +49,8 @@ std::string LinuxInputService::Search(std::string& whyNone)
         whyNone = error + "; touch gestures stay silent";
         return "";
     }
-    const std::string dir = LinuxSettings::Instance().InputDirectory();
     std::vector<std::string> problems;
-    path = EvdevTouchscreen::Find(dir, problems);
+    path = EvdevTouchscreen::Find(nodes, dir, problems);
     if (path.empty()) {
         whyNone = NoTouchscreenMessage(dir, problems);
         if (!problems.empty()) {
@@ -226,8 +226,9 @@ void LinuxInputService::ReadLoop(int wakeFd)
                 open = wanted;
                 LinuxLog::Instance().Write(LOG_LEVEL_INFO,
                                            "touch from " + open + " (" + screen.Name() + ")");
+                // Back, under its old node or a new one: the outage is over.
                 std::unique_lock<std::mutex> lock(mutex_);
-                if (gone_ == open) {
+                if (!gone_.empty()) {
                     gone_.clear();
                     lock.unlock();
                     LinuxLog::Instance().Write(LOG_LEVEL_WARN, "touchscreen " + open + " is back");

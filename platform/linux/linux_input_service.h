@@ -30,8 +30,10 @@ public:
     void RemoveMonitor(int32_t monitorId) override;
 
     // The touchscreen to use now: the one named in the settings if it can be read, or
-    // the first one found. Empty, with `whyNone` saying why, when there is none.
-    std::string Search(std::string& whyNone);
+    // the first among `nodes` (the event nodes in `dir`). Empty, with `whyNone` saying
+    // why, when there is none.
+    std::string Search(const std::vector<std::string>& nodes, const std::string& dir,
+                       std::string& whyNone);
     // The touchscreen to read from now on ("" for none, and why). A change is picked up
     // at once: fingers still down on the old one are lifted.
     void UseTouchscreen(const std::string& path, const std::string& whyNone);

@@ -28,11 +28,6 @@ void LinuxPlatform::SetTouchDevice(const std::string& path)
     LinuxSettings::Instance().SetTouchDevice(path);
 }
 
-void LinuxPlatform::SetInputDirectory(const std::string& dir)
-{
-    LinuxSettings::Instance().SetInputDirectory(dir);
-}
-
 void LinuxPlatform::SetDisplaySize(DisplaySize size)
 {
     LinuxSettings::Instance().SetDisplay(size);

@@ -1,9 +1,10 @@
 // Control API of the Linux platform layer: what the host program sets and observes.
 //
 // The layer serves the platform seam (platform/include) from a real device: IIO sensors
-// through sysfs and the touchscreen through evdev, or from scripted devices that the host
-// plays. Settings take effect the next time the library starts a sensor or adds a touch
-// monitor; everything here is thread-safe.
+// read through sysfs and the touchscreen through evdev, both found through udev and
+// followed as they come and go; or from scripted devices that the host plays. Settings
+// take effect the next time the library starts a sensor or adds a touch monitor;
+// everything here is thread-safe.
 #pragma once
 
 #include <cstdint>
@@ -48,12 +49,13 @@ struct DevicePresence {
 
 class LinuxPlatform {
 public:
-    // Where sysfs is mounted; the IIO devices are under ROOT/bus/iio/devices.
+    // "/sys" (the default): IIO devices are those udev knows. Any other directory is a
+    // copy of a device's sysfs: the IIO devices under ROOT/bus/iio/devices are scanned
+    // each time the library subscribes to a sensor, and udev is not asked about them.
     static void SetSysfsRoot(const std::string& root);
-    // The touchscreen's event node; empty (the default) searches /dev/input.
+    // The touchscreen's event node; empty (the default) takes the first touchscreen
+    // among the event nodes udev knows.
     static void SetTouchDevice(const std::string& path);
-    // The directory searched for a touchscreen when none is named.
-    static void SetInputDirectory(const std::string& dir);
     // Touch positions are scaled from the device's axis ranges to this size.
     static void SetDisplaySize(DisplaySize size);
 
@@ -63,7 +65,8 @@ public:
     static void SetLogLevel(int level);
     static void SetLogDestination(LogDestination destination);
     // Written lines go to `sink` instead (formatted as on standard error); an empty
-    // function removes it.
+    // function removes it. It runs under the log's own lock, on whichever thread writes
+    // the line, and must not call the layer.
     static void SetLogSink(std::function<void(int level, const std::string& line)> sink);
 
     // Called on the delivering thread before the library sees the sample or event.

@@ -1,5 +1,6 @@
-// The input service without a usable touchscreen: monitors still install, and the
-// problem is reported once, clearly.
+// The input service finding its touchscreen among the event nodes udev knows, and
+// without a usable one: monitors still install, and the problem is reported once,
+// clearly.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -8,6 +9,7 @@
 
 #include "input_manager.h"
 #include "linux_platform.h"
+#include "umockdev_testbed.h"
 
 namespace Tarvo::Linux {
 namespace {
@@ -27,7 +29,6 @@ protected:
     {
         LinuxPlatform::SetLogSink({});
         LinuxPlatform::SetTouchDevice("");
-        LinuxPlatform::SetInputDirectory("/dev/input");
         std::filesystem::remove_all(dir_);
     }
     // Adds and removes a monitor twice, as enabling a gesture twice does.
@@ -39,13 +40,33 @@ protected:
             MMI::InputManager::GetInstance()->RemoveMonitor(id);
         }
     }
+    // An event node that is no evdev device at all: its ioctls are not answered.
+    void AddMute(int n)
+    {
+        const std::string number = std::to_string(n);
+        testbed_.AddDescription("P: /devices/virtual/input/input" + number + "/event" + number +
+                                "\nN: input/event" + number + "\nE: DEVNAME=/dev/input/event" +
+                                number + "\nE: SUBSYSTEM=input\n");
+    }
 
+    Tarvo::Test::UmockdevTestbed testbed_;
     std::string dir_;
     std::vector<std::string> lines_;
 };
 
+TEST_F(LinuxInputServiceTest, TheFirstTouchscreenUdevKnowsIsUsed)
+{
+    AddMute(1);
+    testbed_.AddTouchscreen("Wacom-ISDv4-E6-Finger");  // event4
+    testbed_.AddTouchscreen("EP0430M09");              // event3
+    EXPECT_EQ(LinuxPlatform::FindTouchscreen(), "/dev/input/event3");
+    AddAndRemoveTwice();
+    EXPECT_THAT(lines_, ::testing::IsEmpty());
+}
+
 TEST_F(LinuxInputServiceTest, AMissingNamedTouchscreenIsReportedOnce)
 {
+    testbed_.AddTouchscreen("EP0430M09");  // not the one named
     LinuxPlatform::SetTouchDevice(dir_ + "/event7");
     EXPECT_EQ(LinuxPlatform::FindTouchscreen(), "");
     AddAndRemoveTwice();
@@ -66,13 +87,11 @@ TEST_F(LinuxInputServiceTest, AFileThatIsNoInputDeviceIsNamedAsSuch)
 
 TEST_F(LinuxInputServiceTest, ASearchThatFindsNothingSaysWhereItLooked)
 {
-    std::ofstream(dir_ + "/event3") << "";
-    std::filesystem::create_directory(dir_ + "/by-id");
-    LinuxPlatform::SetInputDirectory(dir_);
+    AddMute(2);
     EXPECT_EQ(LinuxPlatform::FindTouchscreen(), "");
     AddAndRemoveTwice();
     ASSERT_THAT(lines_, SizeIs(1));
-    EXPECT_THAT(lines_[0], HasSubstr("no touchscreen found in " + dir_));
+    EXPECT_THAT(lines_[0], HasSubstr("no touchscreen found in /dev/input"));
 }
 
 }  // namespace

@@ -3,23 +3,29 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
-#include "fake_iio_tree.h"
 #include "i_motion_algo.h"
 #include "input_manager.h"
+#include "layer_observers.h"
 #include "linux_platform.h"
 #include "plugin_loader.h"
 #include "recording_callback.h"
 #include "sensor_service_client.h"
+#include "umockdev_testbed.h"
 
 namespace Tarvo::Linux {
 namespace {
 
+using Test::PresenceLog;
+using Test::Present;
+using Test::WaitUntil;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
@@ -43,48 +49,6 @@ std::vector<std::vector<float>> Samples()
     return gSamples;
 }
 
-// The presence observer's calls, as they come on the layer's thread.
-class PresenceLog {
-public:
-    void Add(const DevicePresence& presence)
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        seen_.push_back(presence);
-        threads_.push_back(std::this_thread::get_id());
-        changed_.notify_all();
-    }
-    bool WaitFor(size_t count)
-    {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(5),
-                                 [&] { return seen_.size() >= count; });
-    }
-    std::vector<DevicePresence> Seen()
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return seen_;
-    }
-    std::vector<std::thread::id> Threads()
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return threads_;
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::vector<DevicePresence> seen_;
-    std::vector<std::thread::id> threads_;
-};
-
-DevicePresence Scripted(std::vector<int32_t> sensors, std::string touchscreen = "")
-{
-    DevicePresence presence;
-    presence.sensors = std::move(sensors);
-    presence.touchscreen = std::move(touchscreen);
-    return presence;
-}
-
 TouchRecord Touch(int32_t action, int32_t x, int32_t y)
 {
     TouchRecord touch;
@@ -95,21 +59,22 @@ TouchRecord Touch(int32_t action, int32_t x, int32_t y)
     return touch;
 }
 
-// A scripted host never looks at the real device: a sysfs tree with an accelerometer
-// is ignored once the host has said what is present.
+// A scripted host never looks at the real device: an accelerometer and a touchscreen
+// are ignored once the host has said what is present, and so is udev's news of them.
 TEST(ScriptedDevicesTest, PresenceIsWhatTheHostSaysAndNoDeviceIsRead)
 {
-    Tarvo::Test::FakeIioTree tree;
-    tree.AddDevice(0, "accel");
-    tree.Accel(0, 0, 0, 1);
-    LinuxPlatform::SetSysfsRoot(tree.Root());
-    ASSERT_THAT(LinuxPlatform::Presence().sensors, ElementsAre(kAccel));
+    Tarvo::Test::UmockdevTestbed testbed;
+    const std::string accel = testbed.AddAccelerometer(0, 0, 0, 1);
+    testbed.AddTouchscreen("EP0430M09");
+    ASSERT_EQ(LinuxPlatform::Presence(), Present({kAccel}, "/dev/input/event3"));
 
-    LinuxPlatform::UseScriptedDevices(Scripted({12, 5, 5}, "/dev/input/event9"));
+    LinuxPlatform::UseScriptedDevices(Present({12, 5, 5}, "/dev/input/event9"));
     const DevicePresence presence = LinuxPlatform::Presence();
     EXPECT_THAT(presence.sensors, ElementsAre(kLight, SENSOR_TYPE_ID_PROXIMITY));
     EXPECT_EQ(presence.touchscreen, "/dev/input/event9");
-    EXPECT_EQ(LinuxPlatform::FindTouchscreen(), "/dev/input/event9");
+    testbed.Remove(accel);
+    testbed.AddIio(1, {{"name", "als"}, {"in_illuminance_input", "4"}});
+    EXPECT_EQ(LinuxPlatform::Presence(), presence);
 
     SensorUser user{"test", &Collect, nullptr};
     EXPECT_NE(SubscribeSensor(kAccel, &user), 0) << "the tree's accelerometer is not used";
@@ -118,64 +83,73 @@ TEST(ScriptedDevicesTest, PresenceIsWhatTheHostSaysAndNoDeviceIsRead)
     ASSERT_EQ(GetAllSensors(&list, &count), 0);
     ASSERT_EQ(count, 2);
     EXPECT_EQ(list[0].sensorTypeId, kLight);
-    LinuxPlatform::SetSysfsRoot("/sys");
+    EXPECT_STREQ(list[0].sensorName, "scripted");
 }
 
 TEST(ScriptedDevicesTest, TheObserverHearsEachChangeOnALayerThread)
 {
-    PresenceLog log;
-    LinuxPlatform::UseScriptedDevices(Scripted({kAccel}));
-    LinuxPlatform::SetPresenceObserver([&log](const DevicePresence& p) { log.Add(p); });
-    LinuxPlatform::UseScriptedDevices(Scripted({kAccel}));  // no change: not told
-    LinuxPlatform::UseScriptedDevices(Scripted({kAccel, kLight}, "touch"));
-    ASSERT_TRUE(log.WaitFor(1));
-    LinuxPlatform::UseScriptedDevices(Scripted({}));
-    ASSERT_TRUE(log.WaitFor(2));
+    LinuxPlatform::UseScriptedDevices(Present({kAccel}));
+    std::optional<PresenceLog> log(std::in_place);
+    LinuxPlatform::UseScriptedDevices(Present({kAccel}));  // no change: not told
+    LinuxPlatform::UseScriptedDevices(Present({kAccel, kLight}, "touch"));
+    ASSERT_TRUE(log->WaitForLast(Present({kAccel, kLight}, "touch")));
+    LinuxPlatform::UseScriptedDevices(Present({}));
+    ASSERT_TRUE(log->WaitForLast(Present({})));
 
-    const std::vector<DevicePresence> seen = log.Seen();
-    ASSERT_THAT(seen, SizeIs(2));
-    EXPECT_EQ(seen[0], Scripted({kAccel, kLight}, "touch"));
-    EXPECT_EQ(seen[1], Scripted({}));
-    EXPECT_NE(log.Threads()[0], std::this_thread::get_id());
+    const std::vector<DevicePresence> seen = log->Seen();
+    EXPECT_THAT(seen, ElementsAre(Present({kAccel, kLight}, "touch"), Present({})));
+    EXPECT_NE(log->Threads()[0], std::this_thread::get_id());
 
     // Removed, it is not called again.
     LinuxPlatform::SetPresenceObserver({});
-    LinuxPlatform::UseScriptedDevices(Scripted({kLight}));
+    LinuxPlatform::UseScriptedDevices(Present({kLight}));
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_THAT(log.Seen(), SizeIs(2));
+    EXPECT_EQ(log->Seen(), seen);
 }
 
 // The observer may ask, change what is present and remove itself from inside, and a
 // removal from outside waits for a call under way.
 TEST(ScriptedDevicesTest, TheObserverMayCallTheLayerFromInside)
 {
-    PresenceLog log;
     std::mutex mutex;
+    std::vector<DevicePresence> seen;
     std::condition_variable released;
     bool release = false;
-    LinuxPlatform::UseScriptedDevices(Scripted({}));
+    LinuxPlatform::UseScriptedDevices(Present({}));
     LinuxPlatform::SetPresenceObserver([&](const DevicePresence& p) {
-        log.Add(LinuxPlatform::Presence());
+        const DevicePresence now = LinuxPlatform::Presence();
+        std::unique_lock<std::mutex> lock(mutex);
+        seen.push_back(now);
         if (p.sensors.size() == 1) {
-            LinuxPlatform::UseScriptedDevices(Scripted({kAccel, kLight}));  // told next
+            lock.unlock();
+            LinuxPlatform::UseScriptedDevices(Present({kAccel, kLight}));  // told next
         } else {
-            std::unique_lock<std::mutex> lock(mutex);
             released.wait(lock, [&] { return release; });
+            lock.unlock();
             LinuxPlatform::SetPresenceObserver({});
         }
     });
-    LinuxPlatform::UseScriptedDevices(Scripted({kAccel}));
-    ASSERT_TRUE(log.WaitFor(2));
+    LinuxPlatform::UseScriptedDevices(Present({kAccel}));
+    ASSERT_TRUE(WaitUntil([&] {
+        std::lock_guard<std::mutex> lock(mutex);
+        return seen.size() == 2;
+    }));
 
-    std::thread remover([] { LinuxPlatform::SetPresenceObserver({}); });
+    std::atomic<bool> removed{false};
+    std::thread remover([&removed] {
+        LinuxPlatform::SetPresenceObserver({});
+        removed = true;
+    });
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_FALSE(removed) << "removed while the observer was still running";
     {
         std::lock_guard<std::mutex> lock(mutex);
         release = true;
     }
     released.notify_all();
-    remover.join();  // returned only once the call under way had ended
-    EXPECT_THAT(log.Seen(), ElementsAre(Scripted({kAccel}), Scripted({kAccel, kLight})));
+    remover.join();
+    std::lock_guard<std::mutex> lock(mutex);
+    EXPECT_THAT(seen, ElementsAre(Present({kAccel}), Present({kAccel, kLight})));
 }
 
 TEST(ScriptedDevicesTest, PlayedSamplesReachOnlyTheActiveSubscribers)
@@ -183,7 +157,7 @@ TEST(ScriptedDevicesTest, PlayedSamplesReachOnlyTheActiveSubscribers)
     std::vector<SampleRecord> observed;
     LinuxPlatform::SetSampleObserver([&observed](const SampleRecord& r) { observed.push_back(r); });
     LinuxPlatform::PlaySample(kAccel, {1, 2, 3});  // not scripted yet: ignored
-    LinuxPlatform::UseScriptedDevices(Scripted({kAccel}));
+    LinuxPlatform::UseScriptedDevices(Present({kAccel}));
     SensorUser user{"test", &Collect, nullptr};
     EXPECT_NE(SubscribeSensor(kLight, &user), 0) << "not present";
     ASSERT_EQ(SubscribeSensor(kAccel, &user), 0);
@@ -207,7 +181,7 @@ TEST(ScriptedDevicesTest, PlayedTouchesReachTheMonitorsInstalledNow)
     std::vector<std::pair<int32_t, int32_t>> got;  // action, x
     std::vector<TouchRecord> observed;
     LinuxPlatform::SetTouchObserver([&observed](const TouchRecord& t) { observed.push_back(t); });
-    LinuxPlatform::UseScriptedDevices(Scripted({}, "scripted"));
+    LinuxPlatform::UseScriptedDevices(Present({}, "scripted"));
     LinuxPlatform::PlayTouch(Touch(2, 1, 1));  // no monitor yet
     MMI::InputManager* input = MMI::InputManager::GetInstance();
     const int32_t id = input->AddMonitor([&got](std::shared_ptr<MMI::PointerEvent> event) {
@@ -230,7 +204,7 @@ TEST(ScriptedDevicesTest, PlayedTouchesReachTheMonitorsInstalledNow)
 // play them give the reports quil-replay gives for the bundled examples.
 TEST(ScriptedDevicesTest, ThePluginRecognisesWhatIsPlayed)
 {
-    LinuxPlatform::UseScriptedDevices(Scripted({kAccel}, "scripted"));
+    LinuxPlatform::UseScriptedDevices(Present({kAccel}, "scripted"));
     Tools::PluginLoader plugin;
     std::string error;
     ASSERT_TRUE(plugin.Load(QUIL_PLUGIN_PATH, error)) << error;
@@ -250,9 +224,7 @@ TEST(ScriptedDevicesTest, ThePluginRecognisesWhatIsPlayed)
     }
     LinuxPlatform::PlayTouch(Touch(4, 930, 884));
     // The workers report in their own time.
-    for (int i = 0; i < 500 && callback->Reports().size() < 4; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    EXPECT_TRUE(WaitUntil([&] { return callback->Reports().size() >= 4; }));
     EXPECT_EQ(algo->Disable(3), 0);
     EXPECT_EQ(algo->Disable(9), 0);
     plugin.Destroy(algo);
