@@ -23,7 +23,7 @@ linux_stage() {
     cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUIL_PLATFORM=linux \
         -DQUIL_SANITIZE="$sanitize" -DQUIL_BUILD_TESTS=ON -DQUIL_BUILD_BENCH=OFF >/dev/null
     cmake --build "$dir" -j"$jobs" --target quil_linux_tests quil_live_tests quil_motiond_tests \
-        quil_service_bench
+        quil_motiond_device_tests quil_service_bench
     ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 TSAN_OPTIONS=halt_on_error=1 \
         ctest --test-dir "$dir" --output-on-failure --no-tests=error -j"$jobs" -L linux
 }
