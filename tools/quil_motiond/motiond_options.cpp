@@ -11,21 +11,10 @@ bool MotiondOptions::Parse(const std::vector<std::string>& args, MotiondOptions&
     using namespace Tools;
     OptionParser parser;
     parser.Flag("--session", options.session);
-    for (const auto& [name, target] :
-         {std::pair<const char*, std::string*>{"--replay", &options.replay},
-          {"--sysfs-root", &options.sysfsRoot},
-          {"--touch-device", &options.touchDevice},
-          {"--plugin", &options.plugin}}) {
-        parser.Value(name, "a path",
-                     [target = target](const std::string& value, std::string& problem) {
-                         if (value.empty()) {
-                             problem = "path '' is empty";
-                             return false;
-                         }
-                         *target = value;
-                         return true;
-                     });
-    }
+    parser.Path("--replay", options.replay);
+    parser.Path("--sysfs-root", options.sysfsRoot);
+    parser.Path("--touch-device", options.touchDevice);
+    parser.Path("--plugin", options.plugin);
     parser.Value("--gesture-group", "a group name",
                  [&options](const std::string& value, std::string& problem) {
                      if (value.empty() || value.find_first_of(": \t\n") != std::string::npos) {
