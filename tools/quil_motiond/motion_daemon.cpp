@@ -11,6 +11,7 @@
 #include "motion_bus.h"
 #include "motion_needs.h"
 #include "motion_service.h"
+#include "owner_change.h"
 #include "plugin_loader.h"
 #include "presence_mailbox.h"
 #include "report_queue.h"
@@ -110,10 +111,7 @@ int MotionDaemon::Run(Tools::StopSignals& stop)
             "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg2=''",
             [&service](sdbus::Message& message) {
                 std::string name;
-                std::string oldOwner;
-                std::string newOwner;
-                message >> name >> oldOwner >> newOwner;
-                if (newOwner.empty() && !name.empty() && name[0] == ':') {
+                if (Bus::ClientGone(message, name)) {
                     service.ClientGone(name);
                 }
             },

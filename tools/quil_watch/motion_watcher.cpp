@@ -5,6 +5,7 @@
 
 #include "motion_bus.h"
 #include "motion_message.h"
+#include "owner_change.h"
 
 namespace Tarvo::Watch {
 namespace {
@@ -114,16 +115,14 @@ void MotionWatcher::OnMotion(sdbus::Message& message)
 
 void MotionWatcher::OnOwnerChanged(sdbus::Message& message)
 {
-    std::string name;
-    std::string oldOwner;
-    std::string newOwner;
-    message >> name >> oldOwner >> newOwner;
+    Tools::Bus::OwnerChange change;
     // The owner a claim already found (the service started by the claim itself) is no news.
-    if (name != Bus::kBusName || newOwner == owner_) {
+    if (!Tools::Bus::ReadOwnerChange(message, change) || change.name != Bus::kBusName ||
+        change.newOwner == owner_) {
         return;
     }
-    owner_ = newOwner;
-    if (newOwner.empty()) {
+    owner_ = change.newOwner;
+    if (owner_.empty()) {
         std::fprintf(stderr, "quil-watch: the service stopped; waiting for it to come back\n");
         return;
     }

@@ -14,6 +14,9 @@ arguments in order and prints one line for each outcome:
   hold               reads messages until killed
   sleep:SECONDS      does nothing, not even read its messages
   ready              prints "ready" (for a test waiting on the claims before it)
+  spoof:SIGNATURE:JSON  sends the service, as if from the bus daemon, a NameOwnerChanged
+                     signal with these arguments (the daemon sets the real sender)
+  unique             prints "unique NAME", this connection's unique name
   own:NAME           asks for a bus name: "own NAME ok" or "own NAME error NAME MESSAGE"
   describe[:FILE]    the service's interface as one line, from its live introspection or
                      from the introspection file FILE, to compare the two
@@ -138,6 +141,17 @@ for step in sys.argv[1:]:
         time.sleep(float(parts[0]))
     elif kind == "ready":
         say("ready")
+    elif kind == "spoof":
+        signature, args = rest.split(":", 1)
+        signal = dbus.lowlevel.SignalMessage("/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                             "NameOwnerChanged")
+        signal.set_destination(bus.get_name_owner(NAME))
+        signal.append(*json.loads(args), signature=signature)
+        bus.send_message(signal)
+        bus.flush()
+        say("spoof sent")
+    elif kind == "unique":
+        say("unique", bus.get_unique_name())
     elif kind == "own":
         try:
             bus.request_name(rest, dbus.bus.NAME_FLAG_DO_NOT_QUEUE)

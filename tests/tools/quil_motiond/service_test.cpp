@@ -465,5 +465,24 @@ TEST_F(MotiondTest, TheFirstCallStartsTheServiceThroughActivation)
     EXPECT_EQ(watch.Wait().exitCode, 0);
 }
 
+// Anyone may send the service a signal named like the bus daemon's: a forged "client
+// gone" must neither release another client's claims nor, with arguments of the wrong
+// types, end the service.
+TEST_F(MotiondTest, ForgedBusSignalsChangeNothing)
+{
+    StartService({"--replay", WriteFile("flips.trace", Flips(1, 50, 2500))});
+    auto victim = StartClient({"unique", "claim:3", "ready", "receive:2:15"});
+    ASSERT_TRUE(WaitForOut(*victim, "ready")) << victim->Err();
+    const std::vector<std::string> unique = LinesStartingWith(victim->Out(), "unique ");
+    ASSERT_EQ(unique.size(), 1u);
+    const std::string name = unique[0].substr(7);
+    const ChildResult forger = Client({"spoof:sss:[\"" + name + "\", \"" + name + "\", \"\"]",
+                                       "spoof:i:[3]", "spoof::[]", "get:Version"});
+    EXPECT_THAT(forger.out, HasSubstr("get Version")) << forger.err << ServiceLog();
+    EXPECT_THAT(ServiceLog(), Not(HasSubstr("disable 3")));
+    const ChildResult received = victim->Wait();
+    EXPECT_THAT(received.out, HasSubstr("received 2")) << received.err << ServiceLog();
+}
+
 }  // namespace
 }  // namespace Tarvo::Test
