@@ -100,6 +100,15 @@ struct ProcessState {
     uint64_t switches = 0;
 };
 
+// Under ThreadSanitizer its own background thread, which has no name, wakes up on its
+// own: the service's threads are all named but the main one, so the unnamed others are
+// left out of the wake-ups there.
+#if defined(__SANITIZE_THREAD__)
+constexpr bool kSkipUnnamedThreads = true;
+#else
+constexpr bool kSkipUnnamedThreads = false;
+#endif
+
 ProcessState Look(pid_t pid)
 {
     const std::string proc = "/proc/" + std::to_string(pid);
@@ -114,8 +123,16 @@ ProcessState Look(pid_t pid)
         std::sscanf(line.c_str(), "Threads: %d", &state.threads);
         std::sscanf(line.c_str(), "VmRSS: %ld", &state.rssKb);
     }
+    std::string program;
+    std::getline(std::ifstream(proc + "/comm"), program);
     for (auto it = std::filesystem::directory_iterator(proc + "/task", ec);
          it != std::filesystem::directory_iterator(); ++it) {
+        std::string name;
+        std::getline(std::ifstream(it->path() / "comm"), name);
+        if (kSkipUnnamedThreads && name == program &&
+            it->path().filename() != std::to_string(pid)) {
+            continue;
+        }
         std::ifstream task(it->path() / "status");
         for (std::string line; std::getline(task, line);) {
             unsigned long long value = 0;
@@ -578,7 +595,8 @@ int main(int argc, char** argv)
     const int writer = open(fifo.c_str(), O_WRONLY | O_CLOEXEC);
     const pid_t pid = rig.ServicePid();
 
-    // 1. Wake-ups.
+    // 1. Wake-ups, once the start has settled.
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
     const double idleNone = WakeupsPerSecond(pid, settings.idle);
     std::printf("wake-ups per second, idle, no claims: %.2f\n", idleNone);
     if (idleNone != 0) {
@@ -644,8 +662,10 @@ int main(int argc, char** argv)
             path.Start();
             constexpr size_t kRounds = 10;
             const size_t each = std::max<size_t>(1, settings.reports / kRounds);
-            for (size_t round = 0; round < kRounds && ok; ++round) {
-                if (!path.Measure(each, service)) {
+            bool missed = false;
+            for (size_t round = 0; round < kRounds && !missed; ++round) {
+                missed = !path.Measure(each, service);
+                if (missed) {
                     fail("a report never reached the client");
                     std::printf("%s", rig.ServiceLog().c_str());
                 }

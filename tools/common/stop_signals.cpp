@@ -50,6 +50,8 @@ StopSignals& StopSignals::Install()
 
 void StopSignals::Watch()
 {
+    // Named, so that a program's threads can be told apart (top -H, /proc).
+    pthread_setname_np(pthread_self(), "stop-signals");
     const sigset_t set = StopSet();
     for (;;) {
         int signal = 0;

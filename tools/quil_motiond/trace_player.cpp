@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/eventfd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -177,6 +178,7 @@ bool TracePlayer::WaitUntil(double stampMs)
 
 void TracePlayer::Run()
 {
+    pthread_setname_np(pthread_self(), "motiond-replay");
     Tools::TraceParser parser(path_, file_);
     if (streamed_) {
         parser.SetStreaming();

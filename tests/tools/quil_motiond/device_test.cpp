@@ -20,17 +20,32 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-// Context switches so far of all of a process's threads: each one a wake-up.
+// Context switches so far of a process's threads: each one a wake-up. Under
+// ThreadSanitizer its background thread, which has no name, wakes up on its own; the
+// service names all its threads but the main one, so unnamed others are left out there.
 long Switches(pid_t pid)
 {
+#if defined(__SANITIZE_THREAD__)
+    constexpr bool kSkipUnnamed = true;
+#else
+    constexpr bool kSkipUnnamed = false;
+#endif
+    const std::string proc = "/proc/" + std::to_string(pid);
+    std::string program;
+    std::getline(std::ifstream(proc + "/comm"), program);
     long total = 0;
-    const std::string tasks = "/proc/" + std::to_string(pid) + "/task";
-    DIR* dir = opendir(tasks.c_str());
+    DIR* dir = opendir((proc + "/task").c_str());
     if (dir == nullptr) {
         return total;
     }
     while (dirent* entry = readdir(dir)) {
-        std::ifstream status(tasks + "/" + entry->d_name + "/status");
+        const std::string task = proc + "/task/" + entry->d_name;
+        std::string name;
+        std::getline(std::ifstream(task + "/comm"), name);
+        if (kSkipUnnamed && name == program && entry->d_name != std::to_string(pid)) {
+            continue;
+        }
+        std::ifstream status(task + "/status");
         for (std::string line; std::getline(status, line);) {
             const size_t at = line.find("ctxt_switches:");
             if (at != std::string::npos) {
@@ -130,10 +145,9 @@ TEST_F(MotiondDeviceTest, ARecordedSwipeReachesItsClaimantAcrossAReplug)
         << end.out << ServiceLog();
 }
 
-#if !defined(__SANITIZE_THREAD__)
 // Nothing is read while nothing is claimed: the service with a sensor and a touchscreen
 // present, no claim, wakes up not once; a claim reads the sensor at its interval; after
-// the release it sleeps again. (ThreadSanitizer's own thread wakes up on its own.)
+// the release it sleeps again.
 TEST_F(MotiondDeviceTest, NothingWakesTheServiceWhileNothingIsClaimed)
 {
     const std::string accel = testbed_.AddAccelerometer(0, 10, 20, 980);
@@ -156,7 +170,6 @@ TEST_F(MotiondDeviceTest, NothingWakesTheServiceWhileNothingIsClaimed)
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     EXPECT_EQ(wakeups(1000), 0) << ServiceLog();
 }
-#endif
 
 }  // namespace
 }  // namespace Tarvo::Test
