@@ -484,5 +484,26 @@ TEST_F(MotiondTest, ForgedBusSignalsChangeNothing)
     EXPECT_THAT(received.out, HasSubstr("received 2")) << received.err << ServiceLog();
 }
 
+// systemd restarts a service that lost its bus or failed: quil-watch claims again from
+// the new one and goes on printing.
+TEST_F(MotiondTest, QuilWatchClaimsAgainWhenTheServiceComesBack)
+{
+    const std::string trace = std::string(QUIL_SOURCE_DIR) + "/examples/flip.trace";
+    StartService({"--replay", trace});
+    ChildProcess watch;
+    ASSERT_TRUE(watch.Start({QUIL_WATCH_PATH, "--session", "monitor", "flip"}));
+    ASSERT_TRUE(WaitForOut(watch, "report ", 2)) << watch.Err() << ServiceLog();
+    service_->Signal(SIGTERM);
+    EXPECT_EQ(service_->Wait().exitCode, 0);
+    ASSERT_TRUE(WaitFor([&] {
+        return watch.Err().find("the service stopped") != std::string::npos;
+    })) << watch.Err();
+    StartService({"--replay", trace});
+    EXPECT_TRUE(WaitForOut(watch, "report ", 4)) << watch.Err() << ServiceLog();
+    EXPECT_THAT(watch.Err(), HasSubstr("the service is back; claiming again"));
+    watch.Signal(SIGINT);
+    EXPECT_EQ(watch.Wait().exitCode, 0);
+}
+
 }  // namespace
 }  // namespace Tarvo::Test
