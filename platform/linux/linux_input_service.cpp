@@ -4,6 +4,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <optional>
@@ -49,8 +50,20 @@ std::string LinuxInputService::Search(const std::vector<std::string>& nodes, con
         whyNone = error + "; touch gestures stay silent";
         return "";
     }
+    // The one in use stays in use while it is there, whatever comes before it.
+    std::string current;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        current = touchscreen_;
+    }
     std::vector<std::string> problems;
-    path = EvdevTouchscreen::Find(nodes, dir, problems);
+    if (!current.empty() && std::find(nodes.begin(), nodes.end(), current) != nodes.end()) {
+        path = EvdevTouchscreen::Find({current}, dir, problems);
+    }
+    if (path.empty()) {
+        problems.clear();
+        path = EvdevTouchscreen::Find(nodes, dir, problems);
+    }
     if (path.empty()) {
         whyNone = NoTouchscreenMessage(dir, problems);
         if (!problems.empty()) {
@@ -78,7 +91,8 @@ void LinuxInputService::UseTouchscreen(const std::string& path, const std::strin
     if (scripted_ || path != touchscreen_) {
         broken_.clear();  // a node that comes back is tried again
     }
-    // One in use that is gone is told once, whoever noticed first.
+    // One in use that is no longer found (a search keeps it while it is there) is gone:
+    // told once, whoever noticed first.
     const std::string vanished = !scripted_ && !touchscreen_.empty() && path != touchscreen_ &&
                                          !monitors_.Empty() && gone_ != touchscreen_
                                      ? touchscreen_
