@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <iterator>
 
+#include "evdev_touchscreen.h"
 #include "iio_device.h"
 #include "iio_sensor_service.h"
 #include "linux_input_service.h"
@@ -74,9 +75,12 @@ DevicePresence DeviceWatcher::LookLooked()
     IioSensorService& sensorService = IioSensorService::Instance();
     sensorService.UseDevices(std::move(sensors), problems);
 
-    std::vector<std::string> nodes;
+    std::vector<EvdevTouchscreen::Node> nodes;
     for (const UdevDevices::Device& device : udev_.EventNodes()) {
-        nodes.push_back(device.devnode);
+        using Kind = EvdevTouchscreen::Node::Kind;
+        nodes.push_back({device.devnode, device.touchscreen < 0    ? Kind::UNKNOWN
+                                         : device.touchscreen == 1 ? Kind::TOUCHSCREEN
+                                                                   : Kind::OTHER});
     }
     LinuxInputService& input = LinuxInputService::Instance();
     std::string whyNone;

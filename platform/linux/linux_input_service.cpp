@@ -37,8 +37,8 @@ void LinuxInputService::ReportOnce(int level, const std::string& message)
     LinuxLog::Instance().Write(level, message);
 }
 
-std::string LinuxInputService::Search(const std::vector<std::string>& nodes, const std::string& dir,
-                                      std::string& whyNone)
+std::string LinuxInputService::Search(const std::vector<EvdevTouchscreen::Node>& nodes,
+                                      const std::string& dir, std::string& whyNone)
 {
     std::string path = LinuxSettings::Instance().TouchDevice();
     if (!path.empty()) {
@@ -57,8 +57,11 @@ std::string LinuxInputService::Search(const std::vector<std::string>& nodes, con
         current = touchscreen_;
     }
     std::vector<std::string> problems;
-    if (!current.empty() && std::find(nodes.begin(), nodes.end(), current) != nodes.end()) {
-        path = EvdevTouchscreen::Find({current}, dir, problems);
+    const auto inUse =
+        std::find_if(nodes.begin(), nodes.end(),
+                     [&](const EvdevTouchscreen::Node& n) { return n.path == current; });
+    if (!current.empty() && inUse != nodes.end()) {
+        path = EvdevTouchscreen::Find({*inUse}, dir, problems);
     }
     if (path.empty()) {
         problems.clear();

@@ -66,6 +66,7 @@ public:
 
     // The output so far, while the child runs.
     std::string Out() const { return Read(dir_ + "/out"); }
+    std::string Err() const { return Read(dir_ + "/err"); }
 
     ChildResult Wait(int timeoutMs = 20000)
     {

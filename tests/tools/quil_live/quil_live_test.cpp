@@ -259,6 +259,19 @@ protected:
         }
         return touches;
     }
+    // Waits until `ready` holds, for at most 30 seconds.
+    template <typename Ready>
+    static bool WaitFor(Ready ready)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (!ready()) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                return false;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return true;
+    }
     static std::string Reports(const std::string& output)
     {
         std::string text;
@@ -298,19 +311,20 @@ TEST_P(RecordingTest, GivesWhatTheImportedRecordingReplaysTo)
     ASSERT_TRUE(
         live.Start({QUIL_UMOCKDEV_RUN, "-d", data + ".umockdev", "-i", node + "=" + data + ".ioctl",
                     "-e", node + "=" + UmockdevTestbed::EventsOnly(events), "--", QUIL_LIVE_PATH,
-                    "--enable", "9,10,11,12,13", "--record", recorded}));
-    // Played in real time from when quil-live opens the node: wait that long and a
-    // margin for a slow start, then for as many reports as the replay gave.
+                    "--enable", "9,10,11,12,13", "--record", recorded, "--log", "info"}));
+    // Played in real time from when quil-live opens the node (which the layer says at
+    // info level): wait that long, and a margin, then for as many reports as the replay
+    // gave.
+    ASSERT_TRUE(WaitFor([&] { return live.Err().find("touch from " + node) != std::string::npos; }))
+        << live.Err();
     const size_t expected = LinesStartingWith(replayed.out, "report").size();
-    const auto start = std::chrono::steady_clock::now();
-    const auto length = std::chrono::duration<double>(Length(events) + 3.0);
-    for (int i = 0; i < 3000; ++i) {
-        if (std::chrono::steady_clock::now() - start > length &&
-            LinesStartingWith(live.Out(), "report").size() >= expected) {
-            break;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    const auto played = std::chrono::steady_clock::now() +
+                        std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                            std::chrono::duration<double>(Length(events) + 1.0));
+    EXPECT_TRUE(WaitFor([&] {
+        return std::chrono::steady_clock::now() > played &&
+               LinesStartingWith(live.Out(), "report").size() >= expected;
+    }));
     live.Signal(SIGINT);
     const Tarvo::Test::ChildResult run = live.Wait();
     ASSERT_EQ(run.exitCode, 0) << run.err;
