@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <iterator>
 
+#include "evdev_touchscreen.h"
 #include "iio_device.h"
 #include "iio_sensor_service.h"
 #include "linux_input_service.h"
@@ -34,7 +35,7 @@ DeviceWatcher& DeviceWatcher::Instance()
 DevicePresence DeviceWatcher::Refresh()
 {
     std::lock_guard<std::mutex> look(lookMutex_);
-    StartLooked();
+    StartLooked(true);
     {
         std::lock_guard<std::mutex> lock(mutex_);
         if (scripted_) {
@@ -74,9 +75,12 @@ DevicePresence DeviceWatcher::LookLooked()
     IioSensorService& sensorService = IioSensorService::Instance();
     sensorService.UseDevices(std::move(sensors), problems);
 
-    std::vector<std::string> nodes;
+    std::vector<EvdevTouchscreen::Node> nodes;
     for (const UdevDevices::Device& device : udev_.EventNodes()) {
-        nodes.push_back(device.devnode);
+        using Kind = EvdevTouchscreen::Node::Kind;
+        nodes.push_back({device.devnode, device.touchscreen < 0    ? Kind::UNKNOWN
+                                         : device.touchscreen == 1 ? Kind::TOUCHSCREEN
+                                                                   : Kind::OTHER});
     }
     LinuxInputService& input = LinuxInputService::Instance();
     std::string whyNone;
@@ -94,7 +98,8 @@ void DeviceWatcher::UseScripted(const DevicePresence& scripted)
     presence.sensors.erase(std::unique(presence.sensors.begin(), presence.sensors.end()),
                            presence.sensors.end());
     std::lock_guard<std::mutex> look(lookMutex_);
-    StartLooked();
+    // Started now, it never asks udev anything: a scripted host has no devices to follow.
+    StartLooked(false);
     IioSensorService::Instance().UseScriptedSensors(presence.sensors);
     LinuxInputService::Instance().UseScriptedTouchscreen();
     std::lock_guard<std::mutex> lock(mutex_);
@@ -106,7 +111,7 @@ void DeviceWatcher::SetObserver(std::function<void(const DevicePresence&)> obser
 {
     if (observer) {
         std::lock_guard<std::mutex> look(lookMutex_);
-        StartLooked();
+        StartLooked(true);
     }
     std::unique_lock<std::mutex> lock(mutex_);
     // The old observer may belong to code that goes away once this returns.
@@ -127,20 +132,23 @@ void DeviceWatcher::PublishLocked(const DevicePresence& presence)
     }
 }
 
-void DeviceWatcher::StartLooked()
+void DeviceWatcher::StartLooked(bool follow)
 {
     std::lock_guard<std::mutex> lock(mutex_);
     if (thread_ != nullptr || wakeFd_ == -2) {
         return;
     }
     std::string error;
-    if (!udev_.Connect(error)) {
-        LinuxLog::Instance().Write(LOG_LEVEL_ERROR, error + "; no sensor or touchscreen is found");
-    } else if (!udev_.Follow(error)) {
-        LinuxLog::Instance().Write(LOG_LEVEL_ERROR,
-                                   error + "; devices are looked at again only when used");
-    } else {
-        following_ = true;
+    if (follow && !scripted_) {
+        if (!udev_.Connect(error)) {
+            LinuxLog::Instance().Write(LOG_LEVEL_ERROR,
+                                       error + "; no sensor or touchscreen is found");
+        } else if (!udev_.Follow(error)) {
+            LinuxLog::Instance().Write(LOG_LEVEL_ERROR,
+                                       error + "; devices are looked at again only when used");
+        } else {
+            following_ = true;
+        }
     }
     wakeFd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (wakeFd_ < 0) {
@@ -173,10 +181,18 @@ void DeviceWatcher::Run(int wakeFd, int udevFd)
                 std::lock_guard<std::mutex> lock(mutex_);
                 scripted = scripted_;
             }
-            if (udev_.TakeEvents() && !scripted) {
+            const bool took = udev_.TakeEvents();
+            if (took && !scripted) {
                 const DevicePresence presence = LookLooked();
                 std::lock_guard<std::mutex> lock(mutex_);
                 PublishLocked(presence);
+            } else if (!took && (fds[1].revents & (POLLERR | POLLHUP | POLLNVAL)) != 0) {
+                // A broken monitor would wake the thread for ever: it is let go.
+                udevFd = -1;
+                following_ = false;
+                LinuxLog::Instance().Write(LOG_LEVEL_ERROR,
+                                           "udev events stopped; devices are looked at again "
+                                           "only when used");
             }
         }
         // Changes that come while the observer runs are told after it returns, the

@@ -41,8 +41,8 @@ private:
     };
 
     DeviceWatcher() = default;
-    // Both with the look lock held.
-    void StartLooked();
+    // Both with the look lock held. Starts the thread, following udev when `follow`.
+    void StartLooked(bool follow);
     DevicePresence LookLooked();
     // Records what is present; a change wakes the thread that tells the observer.
     void PublishLocked(const DevicePresence& presence);

@@ -45,20 +45,33 @@ bool EvdevTouchscreen::IsTouchscreen(const libevdev* device, bool& direct)
     return (multiTouch || (singleTouch && direct)) && !pointer;
 }
 
-std::string EvdevTouchscreen::Find(const std::vector<std::string>& nodes, const std::string& dir,
+std::string EvdevTouchscreen::Find(const std::vector<Node>& nodes, const std::string& dir,
                                    std::vector<std::string>& problems)
 {
     // A screen that says it is direct wins over one that merely lacks the pointer flag.
     std::string fallback;
     size_t denied = 0;
-    for (const std::string& path : nodes) {
+    const auto refused = [&](const std::string& path, int error) {
+        if (error == EACCES || error == EPERM) {
+            ++denied;
+        } else {
+            problems.push_back(OpenError(path, error));
+        }
+    };
+    for (const Node& node : nodes) {
+        const std::string& path = node.path;
+        if (node.kind != Node::Kind::UNKNOWN) {
+            // udev has said what it is: only whether it can be read is left to see.
+            if (access(path.c_str(), R_OK) != 0) {
+                refused(path, errno);
+            } else if (node.kind == Node::Kind::TOUCHSCREEN) {
+                return path;
+            }
+            continue;
+        }
         const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
         if (fd < 0) {
-            if (errno == EACCES || errno == EPERM) {
-                ++denied;
-            } else {
-                problems.push_back(OpenError(path, errno));
-            }
+            refused(path, errno);
             continue;
         }
         libevdev* device = nullptr;

@@ -4,6 +4,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <optional>
@@ -36,8 +37,8 @@ void LinuxInputService::ReportOnce(int level, const std::string& message)
     LinuxLog::Instance().Write(level, message);
 }
 
-std::string LinuxInputService::Search(const std::vector<std::string>& nodes, const std::string& dir,
-                                      std::string& whyNone)
+std::string LinuxInputService::Search(const std::vector<EvdevTouchscreen::Node>& nodes,
+                                      const std::string& dir, std::string& whyNone)
 {
     std::string path = LinuxSettings::Instance().TouchDevice();
     if (!path.empty()) {
@@ -49,8 +50,23 @@ std::string LinuxInputService::Search(const std::vector<std::string>& nodes, con
         whyNone = error + "; touch gestures stay silent";
         return "";
     }
+    // The one in use stays in use while it is there, whatever comes before it.
+    std::string current;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        current = touchscreen_;
+    }
     std::vector<std::string> problems;
-    path = EvdevTouchscreen::Find(nodes, dir, problems);
+    const auto inUse =
+        std::find_if(nodes.begin(), nodes.end(),
+                     [&](const EvdevTouchscreen::Node& n) { return n.path == current; });
+    if (!current.empty() && inUse != nodes.end()) {
+        path = EvdevTouchscreen::Find({*inUse}, dir, problems);
+    }
+    if (path.empty()) {
+        problems.clear();
+        path = EvdevTouchscreen::Find(nodes, dir, problems);
+    }
     if (path.empty()) {
         whyNone = NoTouchscreenMessage(dir, problems);
         if (!problems.empty()) {
@@ -78,7 +94,8 @@ void LinuxInputService::UseTouchscreen(const std::string& path, const std::strin
     if (scripted_ || path != touchscreen_) {
         broken_.clear();  // a node that comes back is tried again
     }
-    // One in use that is gone is told once, whoever noticed first.
+    // One in use that is no longer found (a search keeps it while it is there) is gone:
+    // told once, whoever noticed first.
     const std::string vanished = !scripted_ && !touchscreen_.empty() && path != touchscreen_ &&
                                          !monitors_.Empty() && gone_ != touchscreen_
                                      ? touchscreen_

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "delivery_gate.h"
+#include "evdev_touchscreen.h"
 #include "input_manager.h"
 #include "linux_platform.h"
 #include "monitor_registry.h"
@@ -32,7 +33,7 @@ public:
     // The touchscreen to use now: the one named in the settings if it can be read, or
     // the first among `nodes` (the event nodes in `dir`). Empty, with `whyNone` saying
     // why, when there is none.
-    std::string Search(const std::vector<std::string>& nodes, const std::string& dir,
+    std::string Search(const std::vector<EvdevTouchscreen::Node>& nodes, const std::string& dir,
                        std::string& whyNone);
     // The touchscreen to read from now on ("" for none, and why). A change is picked up
     // at once: fingers still down on the old one are lifted.

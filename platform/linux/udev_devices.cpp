@@ -134,7 +134,12 @@ std::vector<UdevDevices::Device> UdevDevices::List(const char* subsystem, const 
         listed.insert(syspath);
         const long number = sysname != nullptr ? NumberAfter(sysname, prefix) : -1;
         if (number >= 0 && (!withNode || devnode != nullptr) && removed.count(syspath) == 0) {
-            found.emplace_back(number, Device{sysname, syspath, devnode != nullptr ? devnode : ""});
+            Device found_device{sysname, syspath, devnode != nullptr ? devnode : ""};
+            if (udev_device_get_property_value(device, "ID_INPUT") != nullptr) {
+                const char* touch = udev_device_get_property_value(device, "ID_INPUT_TOUCHSCREEN");
+                found_device.touchscreen = touch != nullptr && std::strcmp(touch, "1") == 0 ? 1 : 0;
+            }
+            found.emplace_back(number, std::move(found_device));
         }
         udev_device_unref(device);
     }

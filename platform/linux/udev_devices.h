@@ -19,6 +19,9 @@ public:
         std::string sysname;  // "iio:device0", "event3"
         std::string syspath;  // its sysfs directory
         std::string devnode;  // "/dev/input/event3"; empty for IIO devices
+        // udev's ID_INPUT_TOUCHSCREEN for an event node it has classified (ID_INPUT
+        // set): 1 or 0; -1 before it has.
+        int touchscreen = -1;
     };
 
     UdevDevices() = default;

@@ -176,6 +176,19 @@ TEST_F(HotplugTest, ATouchscreenThatComesLaterIsUsed)
     EXPECT_EQ(touches.Count(MMI::PointerEvent::POINTER_ACTION_DOWN), 2u);
 }
 
+// A second touchscreen, even one that comes first in number order, does not take over
+// from the one in use; it is used once the first has gone.
+TEST_F(HotplugTest, TheTouchscreenInUseStaysInUse)
+{
+    const std::string wacom = testbed_.AddTouchscreen("Wacom-ISDv4-E6-Finger");  // event4
+    ASSERT_TRUE(presence_.WaitForLast(Present({}, wacom)));
+    const std::string ep = testbed_.AddTouchscreen("EP0430M09");  // event3
+    EXPECT_EQ(LinuxPlatform::Presence(), Present({}, wacom));
+    testbed_.RemoveTouchscreen(wacom);
+    EXPECT_TRUE(presence_.WaitForLast(Present({}, ep)));
+    EXPECT_THAT(presence_.Seen(), ElementsAre(Present({}, wacom), Present({}, ep)));
+}
+
 TEST_F(HotplugTest, ATouchscreenGoneAndBackLiftsTheFingersAndKeepsItsMonitor)
 {
     LinuxPlatform::SetLogLevel(4);

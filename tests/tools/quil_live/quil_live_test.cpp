@@ -24,9 +24,18 @@ namespace {
 
 using Tarvo::Test::ChildProcess;
 using Tarvo::Test::LinesStartingWith;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
+
+// umockdev-run makes a testbed of its own: this process's must not reach the programs
+// started from here on.
+void LeaveTheTestbed()
+{
+    unsetenv("UMOCKDEV_DIR");
+    unsetenv("LD_PRELOAD");
+}
 
 class QuilLiveTest : public ::testing::Test {
 protected:
@@ -197,6 +206,25 @@ TEST_F(QuilLiveTest, ASysfsRootOfItsOwnIsReadAsItIs)
     EXPECT_THAT(run.err, HasSubstr("sensors: accelerometer; touchscreen: none"));
 }
 
+// The committed descriptions of tests/data/umockdev, as anyone runs a program on them:
+// a phone's three sensors and a touchscreen, everything enabled.
+TEST_F(QuilLiveTest, UnderUmockdevRunTheCommittedDevicesAreAPhone)
+{
+    using Tarvo::Test::UmockdevTestbed;
+    const std::string data = UmockdevTestbed::DataDirectory() + "/";
+    LeaveTheTestbed();
+    const Tarvo::Test::ChildResult run = ChildProcess::Run(
+        {QUIL_UMOCKDEV_RUN, "-d", data + "sensors.umockdev", "-d", data + "EP0430M09.umockdev",
+         "-i", "/dev/input/event3=" + data + "EP0430M09.ioctl", "--", QUIL_LIVE_PATH, "--duration",
+         "0.5"});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("quil-live: sensors: accelerometer, light, proximity; "
+                                   "touchscreen: /dev/input/event3; enabling "
+                                   "0,2,3,4,6,7,9,10,11,12,13\n"));
+    EXPECT_EQ(LinesStartingWith(run.out, "enable").size(), 11u);
+    EXPECT_THAT(LinesStartingWith(run.out, "enable"), Each(::testing::EndsWith("-> 0")));
+}
+
 // A real recording played into an emulated touchscreen, as umockdev-run plays it for
 // anyone (the descriptions in tests/data/umockdev), read by quil-live through udev and
 // libevdev, recognised by the plug-in: the very reports quil-import and quil-replay
@@ -231,6 +259,19 @@ protected:
         }
         return touches;
     }
+    // Waits until `ready` holds, for at most 30 seconds.
+    template <typename Ready>
+    static bool WaitFor(Ready ready)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (!ready()) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                return false;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return true;
+    }
     static std::string Reports(const std::string& output)
     {
         std::string text;
@@ -261,9 +302,7 @@ TEST_P(RecordingTest, GivesWhatTheImportedRecordingReplaysTo)
     const Tarvo::Test::ChildResult replayed = ChildProcess::Run({QUIL_REPLAY_PATH, trace});
     ASSERT_EQ(replayed.exitCode, 0) << replayed.err;
 
-    // umockdev-run makes a testbed of its own: this process's must not reach it.
-    unsetenv("UMOCKDEV_DIR");
-    unsetenv("LD_PRELOAD");
+    LeaveTheTestbed();
     using Tarvo::Test::UmockdevTestbed;
     const std::string data = UmockdevTestbed::DataDirectory() + "/" + panel;
     const std::string node = UmockdevTestbed::TouchscreenNode(panel);
@@ -272,19 +311,20 @@ TEST_P(RecordingTest, GivesWhatTheImportedRecordingReplaysTo)
     ASSERT_TRUE(
         live.Start({QUIL_UMOCKDEV_RUN, "-d", data + ".umockdev", "-i", node + "=" + data + ".ioctl",
                     "-e", node + "=" + UmockdevTestbed::EventsOnly(events), "--", QUIL_LIVE_PATH,
-                    "--enable", "9,10,11,12,13", "--record", recorded}));
-    // Played in real time from when quil-live opens the node: wait that long and a
-    // margin for a slow start, then for as many reports as the replay gave.
+                    "--enable", "9,10,11,12,13", "--record", recorded, "--log", "info"}));
+    // Played in real time from when quil-live opens the node (which the layer says at
+    // info level): wait that long, and a margin, then for as many reports as the replay
+    // gave.
+    ASSERT_TRUE(WaitFor([&] { return live.Err().find("touch from " + node) != std::string::npos; }))
+        << live.Err();
     const size_t expected = LinesStartingWith(replayed.out, "report").size();
-    const auto start = std::chrono::steady_clock::now();
-    const auto length = std::chrono::duration<double>(Length(events) + 3.0);
-    for (int i = 0; i < 3000; ++i) {
-        if (std::chrono::steady_clock::now() - start > length &&
-            LinesStartingWith(live.Out(), "report").size() >= expected) {
-            break;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    const auto played = std::chrono::steady_clock::now() +
+                        std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                            std::chrono::duration<double>(Length(events) + 1.0));
+    EXPECT_TRUE(WaitFor([&] {
+        return std::chrono::steady_clock::now() > played &&
+               LinesStartingWith(live.Out(), "report").size() >= expected;
+    }));
     live.Signal(SIGINT);
     const Tarvo::Test::ChildResult run = live.Wait();
     ASSERT_EQ(run.exitCode, 0) << run.err;

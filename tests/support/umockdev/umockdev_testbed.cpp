@@ -57,7 +57,7 @@ UmockdevTestbed::UmockdevTestbed() : testbed_(umockdev_testbed_new())
     }
     if (!Preloaded()) {
         ADD_FAILURE() << "not under umockdev's preload library: run this through "
-                         "tests/support/run-under-umockdev.sh, as ctest does";
+                         "tests/support/umockdev/run-under-umockdev.sh, as ctest does";
     }
 }
 

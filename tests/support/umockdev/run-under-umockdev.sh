@@ -1,6 +1,6 @@
 #!/bin/sh
 # Runs a test program under umockdev's preload library, so that the testbeds it makes
-# (tests/support/umockdev_testbed.h) stand in for the machine's devices, for it and for
+# (umockdev_testbed.h beside it) stand in for the machine's devices, for it and for
 # the programs it starts. Under AddressSanitizer the preload library then comes before
 # the sanitizer's runtime, which the runtime refuses by default; the preload's wrappers
 # only hand each call on to the next definition, which is the sanitizer's, so the order

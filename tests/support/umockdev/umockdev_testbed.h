@@ -1,6 +1,6 @@
 // Emulated devices for tests of the Linux platform and the programs on it: umockdev's
 // testbed, made in this process. This process must run under umockdev's preload library
-// (tests/support/run-under-umockdev.sh does that); then it, and every child it starts
+// (tests/support/umockdev/run-under-umockdev.sh does that); then it, and every child it starts
 // with the environment it has, sees the testbed's devices instead of the machine's:
 // udev lists and announces them, their sysfs attributes read as files, and emulated
 // touchscreens answer libevdev and play evemu recordings.
