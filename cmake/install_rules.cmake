@@ -103,9 +103,10 @@ set(QUIL_MAN_PAGES)
 if(SCDOC)
   foreach(source ${QUIL_MAN_SOURCES})
     get_filename_component(page ${source} NAME_WLE)  # quil-replay.1
-    # A program's page only where the program is built (quil-live: Linux builds).
+    # A program's page only where the program is built (quil-live, quil-motiond and
+    # quil-watch: Linux builds).
     string(REGEX REPLACE "\\.[0-9]$" "" program ${page})
-    if(program STREQUAL "quil-live" AND NOT TARGET quil-live)
+    if(program MATCHES "^quil-(live|motiond|watch)$" AND NOT TARGET ${program})
       continue()
     endif()
     string(REGEX MATCH "[0-9]$" section ${page})
@@ -119,6 +120,8 @@ if(SCDOC)
     set(component tools)
     if(program STREQUAL "quil-plot")
       set(component plot)
+    elseif(program MATCHES "^quil-(motiond|watch)$")
+      set(component service)
     endif()
     install(FILES ${out} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})
   endforeach()
@@ -146,3 +149,8 @@ foreach(component_package runtime:libquil-motion0 dev:libquil-motion-dev tools:q
   install(FILES ${QUIL_CHANGELOG} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package}
           COMPONENT ${component} EXCLUDE_FROM_ALL)
 endforeach()
+
+# quil-motiond and quil-watch, where they are built.
+if(TARGET quil-motiond)
+  include(${PROJECT_SOURCE_DIR}/cmake/service_install.cmake)
+endif()

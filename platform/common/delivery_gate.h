@@ -25,6 +25,8 @@ public:
         done_.notify_all();
     }
     bool Busy() const { return busy_; }
+    // Whether this very thread is delivering: it must not wait for the gate.
+    bool HeldHere() const { return busy_ && thread_ == std::this_thread::get_id(); }
 
     // Waits out a delivery under way, unless this very thread makes it: a client that
     // leaves from inside its own call cannot wait for itself.

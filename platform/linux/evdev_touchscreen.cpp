@@ -4,16 +4,11 @@
 #include <libevdev/libevdev.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 
 namespace Tarvo::Linux {
 namespace {
-
-constexpr char kEventPrefix[] = "event";
 
 int64_t TimeUs(const input_event& event)
 {
@@ -50,35 +45,33 @@ bool EvdevTouchscreen::IsTouchscreen(const libevdev* device, bool& direct)
     return (multiTouch || (singleTouch && direct)) && !pointer;
 }
 
-std::string EvdevTouchscreen::Find(const std::string& dir, std::vector<std::string>& problems)
+std::string EvdevTouchscreen::Find(const std::vector<Node>& nodes, const std::string& dir,
+                                   std::vector<std::string>& problems)
 {
-    std::vector<std::pair<long, std::string>> nodes;
-    std::error_code ec;
-    for (std::filesystem::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
-        const std::string name = it->path().filename().string();
-        const size_t prefix = std::strlen(kEventPrefix);
-        if (name.size() > prefix && name.compare(0, prefix, kEventPrefix) == 0 &&
-            name.find_first_not_of("0123456789", prefix) == std::string::npos) {
-            nodes.emplace_back(std::strtol(name.c_str() + prefix, nullptr, 10),
-                               it->path().string());
-        }
-    }
-    if (ec) {
-        problems.push_back("cannot list " + dir + ": " + ec.message());
-    }
-    std::sort(nodes.begin(), nodes.end());
-
     // A screen that says it is direct wins over one that merely lacks the pointer flag.
     std::string fallback;
     size_t denied = 0;
-    for (const auto& [number, path] : nodes) {
+    const auto refused = [&](const std::string& path, int error) {
+        if (error == EACCES || error == EPERM) {
+            ++denied;
+        } else {
+            problems.push_back(OpenError(path, error));
+        }
+    };
+    for (const Node& node : nodes) {
+        const std::string& path = node.path;
+        if (node.kind != Node::Kind::UNKNOWN) {
+            // udev has said what it is: only whether it can be read is left to see.
+            if (access(path.c_str(), R_OK) != 0) {
+                refused(path, errno);
+            } else if (node.kind == Node::Kind::TOUCHSCREEN) {
+                return path;
+            }
+            continue;
+        }
         const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
         if (fd < 0) {
-            if (errno == EACCES || errno == EPERM) {
-                ++denied;
-            } else {
-                problems.push_back(OpenError(path, errno));
-            }
+            refused(path, errno);
             continue;
         }
         libevdev* device = nullptr;

@@ -23,9 +23,18 @@ public:
     EvdevTouchscreen(const EvdevTouchscreen&) = delete;
     EvdevTouchscreen& operator=(const EvdevTouchscreen&) = delete;
 
-    // The first touchscreen among DIR/event*, by event number; empty when there is none.
-    // Nodes that cannot be opened are named in `problems`.
-    static std::string Find(const std::string& dir, std::vector<std::string>& problems);
+    // An event node, and what udev says it is once it has classified it (ID_INPUT):
+    // then it is not opened to find out.
+    struct Node {
+        enum class Kind { UNKNOWN, TOUCHSCREEN, OTHER };
+        std::string path;
+        Kind kind = Kind::UNKNOWN;
+    };
+
+    // The first touchscreen among `nodes` (event nodes in `dir`, in number order); empty
+    // when there is none. Nodes that cannot be read are named in `problems`.
+    static std::string Find(const std::vector<Node>& nodes, const std::string& dir,
+                            std::vector<std::string>& problems);
 
     // False with `error` set when `path` cannot be opened or is no touchscreen.
     bool Open(const std::string& path, std::string& error);

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
 #include <sstream>
 
 #include "sensor_service_client.h"
@@ -189,24 +190,32 @@ std::vector<IioDevice> IioDevice::Scan(const std::string& sysfsRoot,
 
     std::vector<IioDevice> devices;
     for (const std::string& name : names) {
-        const std::string dir = base + "/" + name;
-        std::string label = name;
-        std::string text;
-        std::string ignored;
-        if (ReadText(dir + "/name", text, ignored)) {
-            label += " (" + text.substr(0, text.find('\n')) + ")";
-        }
-        using Probe = bool (*)(const std::string&, IioDevice&, std::string&);
-        for (Probe probe : {&ProbeAccelerometer, &ProbeLight, &ProbeProximity}) {
-            IioDevice device;
-            device.dir_ = dir;
-            device.name_ = label;
-            std::string error;
-            if (probe(dir, device, error)) {
-                devices.push_back(std::move(device));
-            } else if (!error.empty()) {
-                problems.push_back(label + ": " + error);
-            }
+        std::vector<IioDevice> found = Probe(base + "/" + name, name, problems);
+        std::move(found.begin(), found.end(), std::back_inserter(devices));
+    }
+    return devices;
+}
+
+std::vector<IioDevice> IioDevice::Probe(const std::string& dir, const std::string& sysname,
+                                        std::vector<std::string>& problems)
+{
+    std::string label = sysname;
+    std::string text;
+    std::string ignored;
+    if (ReadText(dir + "/name", text, ignored)) {
+        label += " (" + text.substr(0, text.find('\n')) + ")";
+    }
+    std::vector<IioDevice> devices;
+    using Prober = bool (*)(const std::string&, IioDevice&, std::string&);
+    for (Prober probe : {&ProbeAccelerometer, &ProbeLight, &ProbeProximity}) {
+        IioDevice device;
+        device.dir_ = dir;
+        device.name_ = label;
+        std::string error;
+        if (probe(dir, device, error)) {
+            devices.push_back(std::move(device));
+        } else if (!error.empty()) {
+            problems.push_back(label + ": " + error);
         }
     }
     return devices;

@@ -15,9 +15,13 @@ public:
     static constexpr float kProximityNear = 0.0f;
     static constexpr float kProximityFar = 5.0f;
 
-    // Every sensor under ROOT/bus/iio/devices, in device order; a device may hold
-    // several (a light and proximity chip is common). Devices whose attributes cannot
-    // be read are skipped with a line in `problems`.
+    // Every sensor of the IIO device in `dir`, called `sysname` ("iio:deviceN"): a
+    // device may hold several (a light and proximity chip is common). Sensors whose
+    // attributes cannot be read are skipped with a line in `problems`.
+    static std::vector<IioDevice> Probe(const std::string& dir, const std::string& sysname,
+                                        std::vector<std::string>& problems);
+    // Every sensor under ROOT/bus/iio/devices, in device order: for a copy of a device's
+    // sysfs, where udev knows nothing of the devices.
     static std::vector<IioDevice> Scan(const std::string& sysfsRoot,
                                        std::vector<std::string>& problems);
 

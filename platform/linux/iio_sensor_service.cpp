@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cstring>
 
+#include "device_watcher.h"
 #include "linux_log.h"
 #include "linux_settings.h"
 #include "platform_log.h"
+#include "thread_support.h"
 
 namespace Tarvo::Linux {
 namespace {
@@ -32,36 +34,83 @@ IioSensorService::IioSensorService() : pool_(kBlockFloats * kPoolBlocks, 0.0f)
 {
 }
 
-void IioSensorService::ScanLocked()
+void IioSensorService::UseDevices(std::vector<IioDevice> devices,
+                                  const std::vector<std::string>& problems)
 {
-    std::vector<std::string> problems;
-    devices_ = IioDevice::Scan(LinuxSettings::Instance().SysfsRoot(), problems);
+    std::vector<std::string> news;
+    std::unique_lock<std::mutex> lock(mutex_);
     for (const std::string& problem : problems) {
         if (reported_.insert(problem).second) {
-            LinuxLog::Instance().Write(LOG_LEVEL_ERROR, "sensor skipped: " + problem);
+            news.push_back(problem);
         }
     }
+    devices_ = std::move(devices);
+    scripted_ = false;
+    present_.clear();
+    for (const IioDevice& device : devices_) {
+        present_.push_back(device.SensorTypeId());
+    }
+    std::sort(present_.begin(), present_.end());
+    present_.erase(std::unique(present_.begin(), present_.end()), present_.end());
+    for (auto& [type, poll] : polls_) {
+        AttachLocked(type, poll);
+    }
+    wake_.notify_all();
+    lock.unlock();
+    for (const std::string& problem : news) {
+        LinuxLog::Instance().Write(LOG_LEVEL_ERROR, "sensor skipped: " + problem);
+    }
+}
+
+void IioSensorService::UseScriptedSensors(const std::vector<int32_t>& types)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    devices_.clear();
+    scripted_ = true;
+    present_ = types;
+    for (auto& [type, poll] : polls_) {
+        poll.device.reset();
+    }
+    wake_.notify_all();
+}
+
+const IioDevice* IioSensorService::DeviceLocked(int32_t sensorTypeId) const
+{
+    for (const IioDevice& device : devices_) {
+        if (device.SensorTypeId() == sensorTypeId) {
+            return &device;
+        }
+    }
+    return nullptr;
+}
+
+void IioSensorService::AttachLocked(int32_t sensorTypeId, Poll& poll)
+{
+    const IioDevice* device = DeviceLocked(sensorTypeId);
+    if (device == nullptr) {
+        if (poll.device.has_value() && !poll.failing) {
+            LinuxLog::Instance().Write(
+                LOG_LEVEL_ERROR, poll.device->Describe() + " stopped delivering: it went away");
+            poll.failing = true;  // so that its return is told
+        }
+        poll.device.reset();
+        return;
+    }
+    if (!poll.device.has_value() || poll.device->Directory() != device->Directory()) {
+        poll.due = Clock::now();
+    }
+    poll.device = *device;
 }
 
 bool IioSensorService::PresentLocked(int32_t sensorTypeId) const
 {
-    return std::any_of(devices_.begin(), devices_.end(), [sensorTypeId](const IioDevice& d) {
-        return d.SensorTypeId() == sensorTypeId;
-    });
+    return std::find(present_.begin(), present_.end(), sensorTypeId) != present_.end();
 }
 
 std::vector<int32_t> IioSensorService::PresentSensors()
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    ScanLocked();
-    std::vector<int32_t> types;
-    for (const IioDevice& device : devices_) {
-        if (std::find(types.begin(), types.end(), device.SensorTypeId()) == types.end()) {
-            types.push_back(device.SensorTypeId());
-        }
-    }
-    std::sort(types.begin(), types.end());
-    return types;
+    return present_;
 }
 
 int32_t IioSensorService::GetAllSensors(SensorInfo** sensorInfo, int32_t* count)
@@ -69,17 +118,14 @@ int32_t IioSensorService::GetAllSensors(SensorInfo** sensorInfo, int32_t* count)
     if (sensorInfo == nullptr || count == nullptr) {
         return kError;
     }
-    const std::vector<int32_t> types = PresentSensors();
+    DeviceWatcher::Instance().Refresh();
     std::lock_guard<std::mutex> lock(mutex_);
     std::vector<SensorInfo> list;
-    for (int32_t type : types) {
+    for (int32_t type : present_) {
         SensorInfo info{};
-        for (const IioDevice& device : devices_) {
-            if (device.SensorTypeId() == type) {
-                std::strncpy(info.sensorName, device.Name().c_str(), SENSOR_NAME_MAX_LEN - 1);
-                break;
-            }
-        }
+        const IioDevice* device = DeviceLocked(type);
+        std::strncpy(info.sensorName, device != nullptr ? device->Name().c_str() : "scripted",
+                     SENSOR_NAME_MAX_LEN - 1);
         info.sensorTypeId = type;
         list.push_back(info);
     }
@@ -103,9 +149,9 @@ int32_t IioSensorService::Subscribe(int32_t sensorTypeId, const SensorUser* user
     if (user == nullptr) {
         return kError;
     }
+    // Looked at again every time: devices come and go, and the sysfs root may have moved.
+    DeviceWatcher::Instance().Refresh();
     std::lock_guard<std::mutex> lock(mutex_);
-    // Rescanned every time: devices come and go, and the sysfs root may have moved.
-    ScanLocked();
     if (!PresentLocked(sensorTypeId)) {
         return kError;
     }
@@ -179,26 +225,20 @@ void IioSensorService::UpdatePollsLocked()
         it = active.count(it->first) == 0 ? polls_.erase(it) : std::next(it);
     }
     for (int32_t type : active) {
-        if (polls_.count(type) != 0) {
-            continue;
+        if (polls_.count(type) == 0) {
+            AttachLocked(type, polls_[type]);
         }
-        Poll poll;
-        for (const IioDevice& device : devices_) {
-            if (device.SensorTypeId() == type) {
-                poll.device = device;
-                break;
-            }
-        }
-        poll.due = Clock::now();
-        polls_.emplace(type, std::move(poll));
     }
     wake_.notify_all();
 }
 
 void IioSensorService::PollLoop()
 {
+    SetThreadName("quil-sensors");
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
+        // Only sensors with a device are read: with none, the thread waits without a
+        // timeout until a subscriber or a device comes.
         auto next = polls_.end();
         for (auto it = polls_.begin(); it != polls_.end(); ++it) {
             if (it->second.device.has_value() &&
@@ -223,25 +263,24 @@ void IioSensorService::PollLoop()
         // after a long stall the next read is simply due now.
         const auto interval = std::chrono::nanoseconds(IntervalLocked(type));
         next->second.due = std::max(next->second.due + interval, Clock::now());
-        std::vector<const SensorUser*> users;
-        subscriptions_.Recipients(type, users);
-        gate_.Begin();
         lock.unlock();
-        ReadAndDeliver(type, device, users, failing);
+        SampleRecord record;
+        const bool read = Read(device, failing, record);
         lock.lock();
-        gate_.End();
         auto again = polls_.find(type);
-        if (again != polls_.end()) {
+        if (again != polls_.end() && again->second.device.has_value() &&
+            again->second.device->Directory() == device.Directory()) {
             again->second.failing = failing;
+        }
+        if (read) {
+            DeliverLocked(lock, record);
         }
     }
 }
 
-void IioSensorService::ReadAndDeliver(int32_t sensorTypeId, const IioDevice& device,
-                                      const std::vector<const SensorUser*>& users, bool& failing)
+bool IioSensorService::Read(const IioDevice& device, bool& failing, SampleRecord& record)
 {
-    SampleRecord record;
-    record.sensorTypeId = sensorTypeId;
+    record.sensorTypeId = device.SensorTypeId();
     std::string error;
     if (!device.Read(record.values, error)) {
         // Reported once per outage; the sensor is retried at its interval, quietly.
@@ -250,22 +289,50 @@ void IioSensorService::ReadAndDeliver(int32_t sensorTypeId, const IioDevice& dev
                                        device.Describe() + " stopped delivering: " + error);
             failing = true;
         }
-        return;
+        return false;
     }
     if (failing) {
         LinuxLog::Instance().Write(LOG_LEVEL_WARN, device.Describe() + " delivers again");
         failing = false;
     }
     record.timestampNs = BootTimeNs();
-    LinuxSettings::Instance().ObserveSample(record);
+    return true;
+}
 
+bool IioSensorService::Play(int32_t sensorTypeId, const std::vector<float>& values)
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    // From inside a delivery it would wait for itself.
+    if (!scripted_ || gate_.HeldHere()) {
+        return false;
+    }
+    SampleRecord record;
+    record.sensorTypeId = sensorTypeId;
+    record.values = values;
+    record.timestampNs = BootTimeNs();
+    DeliverLocked(lock, record);
+    return true;
+}
+
+void IioSensorService::DeliverLocked(std::unique_lock<std::mutex>& lock, const SampleRecord& record)
+{
+    // The poll thread and played samples take turns.
+    gate_.WaitIdle(lock, [] { return true; });
+    std::vector<const SensorUser*> users;
+    subscriptions_.Recipients(record.sensorTypeId, users);
+    if (users.empty()) {
+        return;
+    }
     float* block = &pool_[nextBlock_ * kBlockFloats];
     nextBlock_ = (nextBlock_ + 1) % kPoolBlocks;
     std::fill(block, block + kBlockFloats, 0.0f);
     std::copy_n(record.values.begin(), std::min(record.values.size(), kBlockFloats), block);
+    gate_.Begin();
+    lock.unlock();
+    LinuxSettings::Instance().ObserveSample(record);
     for (const SensorUser* user : users) {
         SensorEvent event{};
-        event.sensorTypeId = sensorTypeId;
+        event.sensorTypeId = record.sensorTypeId;
         event.timestamp = record.timestampNs;
         event.data = reinterpret_cast<uint8_t*>(block);
         event.dataLen = static_cast<uint32_t>(kBlockFloats * sizeof(float));
@@ -273,6 +340,8 @@ void IioSensorService::ReadAndDeliver(int32_t sensorTypeId, const IioDevice& dev
             user->callback(&event);
         }
     }
+    lock.lock();
+    gate_.End();
 }
 
 }  // namespace Tarvo::Linux

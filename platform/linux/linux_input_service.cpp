@@ -4,13 +4,17 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 
+#include "device_watcher.h"
 #include "evdev_touchscreen.h"
 #include "linux_log.h"
 #include "linux_settings.h"
 #include "platform_log.h"
+#include "thread_support.h"
 #include "touch_feed.h"
 
 namespace Tarvo::Linux {
@@ -33,21 +37,43 @@ void LinuxInputService::ReportOnce(int level, const std::string& message)
     LinuxLog::Instance().Write(level, message);
 }
 
-std::string LinuxInputService::FindTouchscreen()
+std::string LinuxInputService::Search(const std::vector<EvdevTouchscreen::Node>& nodes,
+                                      const std::string& dir, std::string& whyNone)
 {
     std::string path = LinuxSettings::Instance().TouchDevice();
     if (!path.empty()) {
         EvdevTouchscreen screen;
         std::string error;
-        return screen.Open(path, error) ? path : "";
+        if (screen.Open(path, error)) {
+            return path;
+        }
+        whyNone = error + "; touch gestures stay silent";
+        return "";
     }
-    const std::string dir = LinuxSettings::Instance().InputDirectory();
+    // The one in use stays in use while it is there, whatever comes before it.
+    std::string current;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        current = touchscreen_;
+    }
     std::vector<std::string> problems;
-    path = EvdevTouchscreen::Find(dir, problems);
-    if (path.empty() && !problems.empty()) {
-        // Nothing found might be a permission problem: say so now, not only when a
-        // gesture is enabled.
-        ReportOnce(LOG_LEVEL_ERROR, NoTouchscreenMessage(dir, problems));
+    const auto inUse =
+        std::find_if(nodes.begin(), nodes.end(),
+                     [&](const EvdevTouchscreen::Node& n) { return n.path == current; });
+    if (!current.empty() && inUse != nodes.end()) {
+        path = EvdevTouchscreen::Find({*inUse}, dir, problems);
+    }
+    if (path.empty()) {
+        problems.clear();
+        path = EvdevTouchscreen::Find(nodes, dir, problems);
+    }
+    if (path.empty()) {
+        whyNone = NoTouchscreenMessage(dir, problems);
+        if (!problems.empty()) {
+            // Nothing found might be a permission problem: say so now, not only when a
+            // gesture is enabled.
+            ReportOnce(LOG_LEVEL_ERROR, whyNone);
+        }
     }
     return path;
 }
@@ -62,12 +88,60 @@ std::string LinuxInputService::NoTouchscreenMessage(const std::string& dir,
     return message;
 }
 
-int32_t LinuxInputService::AddMonitor(MMI::PointerMonitor monitor)
+void LinuxInputService::UseTouchscreen(const std::string& path, const std::string& whyNone)
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (scripted_ || path != touchscreen_) {
+        broken_.clear();  // a node that comes back is tried again
+    }
+    // One in use that is no longer found (a search keeps it while it is there) is gone:
+    // told once, whoever noticed first.
+    const std::string vanished = !scripted_ && !touchscreen_.empty() && path != touchscreen_ &&
+                                         !monitors_.Empty() && gone_ != touchscreen_
+                                     ? touchscreen_
+                                     : "";
+    if (!vanished.empty()) {
+        gone_ = vanished;
+    }
+    scripted_ = false;
+    touchscreen_ = path;
+    whyNone_ = whyNone;
+    WakeLocked();
+    lock.unlock();
+    if (!vanished.empty()) {
+        LinuxLog::Instance().Write(LOG_LEVEL_ERROR, "touchscreen " + vanished + " went away");
+    }
+}
+
+void LinuxInputService::UseScriptedTouchscreen()
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    const int32_t id = monitors_.Add(std::move(monitor));
-    if (id >= 0 && reader_ == nullptr) {
-        StartReaderLocked();
+    scripted_ = true;
+    touchscreen_.clear();
+    whyNone_.clear();
+    WakeLocked();
+}
+
+int32_t LinuxInputService::AddMonitor(MMI::PointerMonitor monitor)
+{
+    DeviceWatcher::Instance().Refresh();
+    std::string whyNone;
+    int32_t id = -1;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!scripted_ && touchscreen_.empty()) {
+            whyNone = whyNone_;
+        }
+        const bool first = monitors_.Empty();
+        id = monitors_.Add(std::move(monitor));
+        if (id >= 0 && first) {
+            broken_.clear();  // enabled anew: worth another try
+        }
+        StartLocked();
+        WakeLocked();
+    }
+    if (!whyNone.empty()) {
+        ReportOnce(LOG_LEVEL_ERROR, whyNone);
     }
     return id;
 }
@@ -80,25 +154,27 @@ void LinuxInputService::RemoveMonitor(int32_t monitorId)
     }
     gate_.WaitOut(lock);
     if (monitors_.Empty()) {
-        StopReader(lock);
+        WakeLocked();  // the reader lets go of the node
     }
 }
 
-void LinuxInputService::StartReaderLocked()
+bool LinuxInputService::Play(const TouchRecord& touch)
 {
-    std::string path = LinuxSettings::Instance().TouchDevice();
-    std::vector<std::string> problems;
-    if (path.empty()) {
-        const std::string dir = LinuxSettings::Instance().InputDirectory();
-        path = EvdevTouchscreen::Find(dir, problems);
-        if (path.empty()) {
-            const std::string message = NoTouchscreenMessage(dir, problems);
-            // The lock is held: record and write here rather than through ReportOnce.
-            if (reported_.insert(message).second) {
-                LinuxLog::Instance().Write(LOG_LEVEL_ERROR, message);
-            }
-            return;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        // From inside a delivery it would wait for itself.
+        if (!scripted_ || gate_.HeldHere()) {
+            return false;
         }
+    }
+    Deliver({touch});
+    return true;
+}
+
+void LinuxInputService::StartLocked()
+{
+    if (reader_ != nullptr) {
+        return;
     }
     wakeFd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (wakeFd_ < 0) {
@@ -106,73 +182,110 @@ void LinuxInputService::StartReaderLocked()
                                    "cannot create an eventfd for the touch reader");
         return;
     }
-    reader_ = std::make_unique<std::thread>([this, path, fd = wakeFd_] { ReadLoop(path, fd); });
+    reader_ = std::make_unique<std::thread>([this, fd = wakeFd_] { ReadLoop(fd); });
 }
 
-void LinuxInputService::StopReader(std::unique_lock<std::mutex>& lock)
+void LinuxInputService::WakeLocked()
 {
-    if (reader_ == nullptr) {
-        return;
+    if (wakeFd_ >= 0) {
+        const uint64_t one = 1;
+        [[maybe_unused]] const ssize_t written = write(wakeFd_, &one, sizeof(one));
     }
-    const uint64_t one = 1;
-    [[maybe_unused]] const ssize_t written = write(wakeFd_, &one, sizeof(one));
-    std::unique_ptr<std::thread> reader = std::move(reader_);
-    const int wakeFd = wakeFd_;
-    wakeFd_ = -1;
-    if (reader->get_id() == std::this_thread::get_id()) {
-        // Removed from inside a delivery: the reader ends by itself after it returns.
-        reader->detach();
-        return;
-    }
-    lock.unlock();
-    reader->join();
-    close(wakeFd);
-    lock.lock();
 }
 
-void LinuxInputService::ReadLoop(std::string path, int wakeFd)
+std::string LinuxInputService::WantedLocked() const
 {
+    if (scripted_ || monitors_.Empty() || touchscreen_ == broken_) {
+        return "";
+    }
+    return touchscreen_;
+}
+
+void LinuxInputService::ReadLoop(int wakeFd)
+{
+    SetThreadName("quil-touch");
     EvdevTouchscreen screen;
-    std::string error;
-    if (!screen.Open(path, error)) {
-        ReportOnce(LOG_LEVEL_ERROR, error + "; touch gestures stay silent");
-        return;
-    }
-    TouchFeed feed(screen.Slots(), {screen.MinX(), screen.MaxX()}, {screen.MinY(), screen.MaxY()},
-                   LinuxSettings::Instance().Display());
-    LinuxLog::Instance().Write(LOG_LEVEL_INFO, "touch from " + path + " (" + screen.Name() + ")");
+    std::optional<TouchFeed> feed;
+    std::string open;  // the node open now
     std::vector<TouchRecord> touches;
     int64_t lastUs = 0;
+    std::string error;
     const auto handler = [&](uint16_t type, uint16_t code, int32_t value, int64_t timeUs) {
         lastUs = timeUs;
-        if (feed.Feed(type, code, value, timeUs, touches)) {
+        if (feed->Feed(type, code, value, timeUs, touches)) {
             ReportOnce(LOG_LEVEL_WARN,
-                       "touchscreen " + path + " lost events (SYN_DROPPED); resynchronising");
+                       "touchscreen " + open + " lost events (SYN_DROPPED); resynchronising");
         }
     };
+    // Fingers still down are lifted, so no gesture waits for an up forever.
+    const auto close = [&] {
+        touches.clear();
+        feed->ReleaseAll(lastUs, touches);
+        Deliver(touches);
+        screen.Close();
+        feed.reset();
+        open.clear();
+    };
     for (;;) {
-        pollfd fds[2] = {{screen.Fd(), POLLIN, 0}, {wakeFd, POLLIN, 0}};
-        if (poll(fds, 2, -1) < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            ReportOnce(LOG_LEVEL_ERROR,
-                       "waiting for touches failed: " + std::string(strerror(errno)));
-            break;
+        std::string wanted;
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            wanted = WantedLocked();
         }
-        if (fds[1].revents != 0) {
-            break;
+        if (wanted != open) {
+            if (!open.empty()) {
+                close();
+            }
+            if (!wanted.empty() && screen.Open(wanted, error)) {
+                feed.emplace(screen.Slots(), Input::AxisRange{screen.MinX(), screen.MaxX()},
+                             Input::AxisRange{screen.MinY(), screen.MaxY()},
+                             LinuxSettings::Instance().Display());
+                open = wanted;
+                LinuxLog::Instance().Write(LOG_LEVEL_INFO,
+                                           "touch from " + open + " (" + screen.Name() + ")");
+                // Back, under its old node or a new one: the outage is over.
+                std::unique_lock<std::mutex> lock(mutex_);
+                if (!gone_.empty()) {
+                    gone_.clear();
+                    lock.unlock();
+                    LinuxLog::Instance().Write(LOG_LEVEL_WARN, "touchscreen " + open + " is back");
+                }
+            } else if (!wanted.empty()) {
+                ReportOnce(LOG_LEVEL_ERROR, error + "; touch gestures stay silent");
+                std::lock_guard<std::mutex> lock(mutex_);
+                broken_ = wanted;
+            }
+        }
+        pollfd fds[2] = {{wakeFd, POLLIN, 0}, {screen.Fd(), POLLIN, 0}};
+        if (poll(fds, 2, -1) < 0) {
+            continue;  // EINTR; the descriptors are valid or -1, which poll skips
+        }
+        if (fds[0].revents != 0) {
+            uint64_t count = 0;
+            [[maybe_unused]] const ssize_t got = read(wakeFd, &count, sizeof(count));
+        }
+        if (open.empty() || fds[1].revents == 0) {
+            continue;
         }
         touches.clear();
+        error.clear();
         const auto status = screen.ReadAvailable(handler, error);
         if (status == EvdevTouchscreen::ReadStatus::GONE ||
-            (fds[0].revents & (POLLERR | POLLHUP | POLLNVAL)) != 0) {
-            // Fingers still down are lifted, so no gesture waits for an up forever.
-            feed.ReleaseAll(lastUs, touches);
+            (fds[1].revents & (POLLERR | POLLHUP | POLLNVAL)) != 0) {
             Deliver(touches);
-            ReportOnce(LOG_LEVEL_ERROR,
-                       "touchscreen " + path + " went away" + (error.empty() ? "" : ": " + error));
-            break;
+            const std::string path = open;
+            close();
+            std::unique_lock<std::mutex> lock(mutex_);
+            broken_ = path;
+            if (gone_ != path) {
+                gone_ = path;
+                lock.unlock();
+                // Once per outage: the next one is told again after the node is back.
+                LinuxLog::Instance().Write(
+                    LOG_LEVEL_ERROR,
+                    "touchscreen " + path + " went away" + (error.empty() ? "" : ": " + error));
+            }
+            continue;
         }
         Deliver(touches);
     }
@@ -181,12 +294,17 @@ void LinuxInputService::ReadLoop(std::string path, int wakeFd)
 void LinuxInputService::Deliver(const std::vector<TouchRecord>& touches)
 {
     for (const TouchRecord& touch : touches) {
-        const auto event = TouchFeed::ToPointerEvent(touch);
         {
-            std::lock_guard<std::mutex> lock(mutex_);
+            std::unique_lock<std::mutex> lock(mutex_);
+            // The reader and played touches take turns.
+            gate_.WaitIdle(lock, [] { return true; });
             monitors_.CopyInto(calling_);
+            if (calling_.empty()) {
+                continue;
+            }
             gate_.Begin();
         }
+        const auto event = TouchFeed::ToPointerEvent(touch);
         LinuxSettings::Instance().ObserveTouch(touch);
         for (const auto& monitor : calling_) {
             monitor(event);

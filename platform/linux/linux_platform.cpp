@@ -3,8 +3,10 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <cstdarg>
 
+#include "device_watcher.h"
 #include "iio_sensor_service.h"
 #include "input_manager.h"
 #include "linux_input_service.h"
@@ -24,11 +26,6 @@ void LinuxPlatform::SetSysfsRoot(const std::string& root)
 void LinuxPlatform::SetTouchDevice(const std::string& path)
 {
     LinuxSettings::Instance().SetTouchDevice(path);
-}
-
-void LinuxPlatform::SetInputDirectory(const std::string& dir)
-{
-    LinuxSettings::Instance().SetInputDirectory(dir);
 }
 
 void LinuxPlatform::SetDisplaySize(DisplaySize size)
@@ -63,12 +60,63 @@ void LinuxPlatform::SetTouchObserver(std::function<void(const TouchRecord&)> obs
 
 std::vector<int32_t> LinuxPlatform::PresentSensors()
 {
-    return IioSensorService::Instance().PresentSensors();
+    return Presence().sensors;
 }
 
 std::string LinuxPlatform::FindTouchscreen()
 {
-    return LinuxInputService::Instance().FindTouchscreen();
+    return Presence().touchscreen;
+}
+
+bool DevicePresence::operator==(const DevicePresence& other) const
+{
+    return sensors == other.sensors && touchscreen == other.touchscreen;
+}
+
+DevicePresence LinuxPlatform::Presence()
+{
+    return DeviceWatcher::Instance().Refresh();
+}
+
+void LinuxPlatform::SetPresenceObserver(std::function<void(const DevicePresence&)> observer)
+{
+    DeviceWatcher::Instance().SetObserver(std::move(observer));
+}
+
+void LinuxPlatform::UseScriptedDevices(const DevicePresence& presence)
+{
+    DeviceWatcher::Instance().UseScripted(presence);
+}
+
+namespace {
+
+// A play that cannot be delivered is a mistake of the host's: said once, not per call.
+void ReportIgnoredPlay(std::atomic<bool>& reported, const char* what)
+{
+    if (!reported.exchange(true)) {
+        LinuxLog::Instance().Write(LOG_LEVEL_WARN,
+                                   std::string(what) +
+                                       " ignored: not scripted devices (UseScriptedDevices "
+                                       "first), or played from inside a delivery");
+    }
+}
+
+}  // namespace
+
+void LinuxPlatform::PlaySample(int32_t sensorTypeId, const std::vector<float>& values)
+{
+    static std::atomic<bool> reported{false};
+    if (!IioSensorService::Instance().Play(sensorTypeId, values)) {
+        ReportIgnoredPlay(reported, "PlaySample");
+    }
+}
+
+void LinuxPlatform::PlayTouch(const TouchRecord& touch)
+{
+    static std::atomic<bool> reported{false};
+    if (!LinuxInputService::Instance().Play(touch)) {
+        ReportIgnoredPlay(reported, "PlayTouch");
+    }
 }
 
 }  // namespace Tarvo::Linux

@@ -1,8 +1,10 @@
 // Control API of the Linux platform layer: what the host program sets and observes.
 //
 // The layer serves the platform seam (platform/include) from a real device: IIO sensors
-// through sysfs and the touchscreen through evdev. Settings take effect the next time
-// the library starts a sensor or adds a touch monitor; everything here is thread-safe.
+// read through sysfs and the touchscreen through evdev, both found through udev and
+// followed as they come and go; or from scripted devices that the host plays. Settings
+// take effect the next time the library starts a sensor or adds a touch monitor;
+// everything here is thread-safe.
 #pragma once
 
 #include <cstdint>
@@ -36,14 +38,24 @@ struct DisplaySize {
     int32_t height = 2772;
 };
 
+// What the layer can use now.
+struct DevicePresence {
+    std::vector<int32_t>
+        sensors;              // sensor type ids present: 1 accelerometer, 5 light, 12 proximity
+    std::string touchscreen;  // the event node in use, empty when there is none
+    bool operator==(const DevicePresence& other) const;
+    bool operator!=(const DevicePresence& other) const { return !(*this == other); }
+};
+
 class LinuxPlatform {
 public:
-    // Where sysfs is mounted; the IIO devices are under ROOT/bus/iio/devices.
+    // "/sys" (the default): IIO devices are those udev knows. Any other directory is a
+    // copy of a device's sysfs: the IIO devices under ROOT/bus/iio/devices are scanned
+    // each time the library subscribes to a sensor, and udev is not asked about them.
     static void SetSysfsRoot(const std::string& root);
-    // The touchscreen's event node; empty (the default) searches /dev/input.
+    // The touchscreen's event node; empty (the default) takes the first touchscreen
+    // among the event nodes udev knows.
     static void SetTouchDevice(const std::string& path);
-    // The directory searched for a touchscreen when none is named.
-    static void SetInputDirectory(const std::string& dir);
     // Touch positions are scaled from the device's axis ranges to this size.
     static void SetDisplaySize(DisplaySize size);
 
@@ -53,7 +65,8 @@ public:
     static void SetLogLevel(int level);
     static void SetLogDestination(LogDestination destination);
     // Written lines go to `sink` instead (formatted as on standard error); an empty
-    // function removes it.
+    // function removes it. It runs under the log's own lock, on whichever thread writes
+    // the line, and must not call the layer.
     static void SetLogSink(std::function<void(int level, const std::string& line)> sink);
 
     // Called on the delivering thread before the library sees the sample or event.
@@ -64,6 +77,26 @@ public:
     static std::vector<int32_t> PresentSensors();
     // The touchscreen that would be used now, or empty when there is none usable.
     static std::string FindTouchscreen();
+
+    // What the layer can use now, sensors in ascending order.
+    static DevicePresence Presence();
+    // Called on a thread of the layer, never with a layer lock held, each time what is
+    // present changes (hotplug); an empty function removes it. Calls may run from inside
+    // it. Once this returns (called from outside the observer), the old observer is not
+    // running and is not called again. Set it before reading Presence(), so that no
+    // change can fall between the two.
+    static void SetPresenceObserver(std::function<void(const DevicePresence&)> observer);
+
+    // Scripted devices: a development host with no devices. From this call on, the layer
+    // reads no sysfs and opens no evdev node; `presence` is what it reports, and samples
+    // and touches reach the library only when played here (to the subscribers and
+    // monitors that are active at that moment, through the same delivery path and
+    // observers as real ones). Called again, it changes what is present.
+    static void UseScriptedDevices(const DevicePresence& presence);
+    // Delivered on the calling thread before these return. Ignored before
+    // UseScriptedDevices, and from inside a delivery of the same kind (an observer).
+    static void PlaySample(int32_t sensorTypeId, const std::vector<float>& values);
+    static void PlayTouch(const TouchRecord& touch);  // display pixels; action 2 down, 3 move, 4 up
 };
 
 }  // namespace Tarvo::Linux

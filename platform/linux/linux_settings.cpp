@@ -33,18 +33,6 @@ void LinuxSettings::SetTouchDevice(const std::string& path)
     touchDevice_ = path;
 }
 
-std::string LinuxSettings::InputDirectory()
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    return inputDirectory_;
-}
-
-void LinuxSettings::SetInputDirectory(const std::string& dir)
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    inputDirectory_ = dir;
-}
-
 DisplaySize LinuxSettings::Display()
 {
     std::lock_guard<std::mutex> lock(mutex_);

@@ -16,8 +16,6 @@ public:
     void SetSysfsRoot(const std::string& root);
     std::string TouchDevice();
     void SetTouchDevice(const std::string& path);
-    std::string InputDirectory();
-    void SetInputDirectory(const std::string& dir);
     DisplaySize Display();
     void SetDisplay(DisplaySize size);
 
@@ -33,7 +31,6 @@ private:
     std::mutex mutex_;
     std::string sysfsRoot_ = "/sys";
     std::string touchDevice_;
-    std::string inputDirectory_ = "/dev/input";
     DisplaySize display_;
     std::mutex observerMutex_;
     std::function<void(const SampleRecord&)> sampleObserver_;

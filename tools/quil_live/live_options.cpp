@@ -16,21 +16,10 @@ bool LiveOptions::Parse(const std::vector<std::string>& args, LiveOptions& optio
                  [&options](const std::string& value, std::string& problem) {
                      return ParseMotionTypes(value, options.enable, problem);
                  });
-    for (const auto& [name, target] :
-         {std::pair<const char*, std::string*>{"--record", &options.record},
-          {"--sysfs-root", &options.sysfsRoot},
-          {"--touch-device", &options.touchDevice},
-          {"--plugin", &options.plugin}}) {
-        parser.Value(name, "a path",
-                     [target = target](const std::string& value, std::string& problem) {
-                         if (value.empty()) {
-                             problem = "path '' is empty";
-                             return false;
-                         }
-                         *target = value;
-                         return true;
-                     });
-    }
+    parser.Path("--record", options.record);
+    parser.Path("--sysfs-root", options.sysfsRoot);
+    parser.Path("--touch-device", options.touchDevice);
+    parser.Path("--plugin", options.plugin);
     parser.Value("--display", "a size", [&options](const std::string& value, std::string& problem) {
         return ParseDisplaySize(value, options.displayWidth, options.displayHeight, problem);
     });
@@ -65,8 +54,10 @@ const char* LiveOptions::Usage()
            "                       touchscreen for)\n"
            "  --json               print JSON Lines instead of text\n"
            "  --record FILE        also write what the plug-in received as a trace\n"
-           "  --sysfs-root DIR     where sysfs is mounted (default /sys)\n"
-           "  --touch-device PATH  the touchscreen's event node (default: search /dev/input)\n"
+           "  --sysfs-root DIR     read the sensors from this copy of a device's sysfs\n"
+           "                       (default: /sys, the devices udev knows)\n"
+           "  --touch-device PATH  the touchscreen's event node (default: the first\n"
+           "                       touchscreen udev knows)\n"
            "  --display WxH        display size touches are scaled to (default 1344x2772)\n"
            "  --log LEVEL          the library's log to standard error: debug, info, warn,\n"
            "                       error, fatal or off (default); problems with the\n"

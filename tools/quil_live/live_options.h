@@ -12,7 +12,7 @@ struct LiveOptions {
     bool json = false;
     std::string record;       // trace file to write; empty: none
     std::string sysfsRoot;    // empty: the platform's default (/sys)
-    std::string touchDevice;  // empty: search /dev/input
+    std::string touchDevice;  // empty: the first touchscreen udev knows
     int32_t displayWidth = 1344;
     int32_t displayHeight = 2772;
     int logLevel = 8;  // the library's lines: 3 debug .. 7 fatal, 8 off

@@ -1,5 +1,5 @@
-// Reading IIO sensors from sysfs: finding them, and turning their attributes into the
-// units and axes the library expects.
+// Reading IIO sensors: finding them through udev on emulated devices, and turning their
+// attributes into the units and axes the library expects.
 #include "iio_device.h"
 
 #include <gmock/gmock.h>
@@ -8,9 +8,12 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
-#include "fake_iio_tree.h"
 #include "sensor_service_client.h"
+#include "udev_devices.h"
+#include "umockdev_testbed.h"
 
 namespace Tarvo::Linux {
 namespace {
@@ -23,10 +26,20 @@ using ::testing::SizeIs;
 
 class IioDeviceTest : public ::testing::Test {
 protected:
+    // Every sensor udev lists, probed in device order, as the layer finds them.
     std::vector<IioDevice> Scan()
     {
         problems_.clear();
-        return IioDevice::Scan(tree_.Root(), problems_);
+        UdevDevices udev;
+        std::string error;
+        EXPECT_TRUE(udev.Connect(error)) << error;
+        std::vector<IioDevice> devices;
+        for (const UdevDevices::Device& device : udev.IioDevices()) {
+            std::vector<IioDevice> found =
+                IioDevice::Probe(device.syspath, device.sysname, problems_);
+            std::move(found.begin(), found.end(), std::back_inserter(devices));
+        }
+        return devices;
     }
     std::vector<float> ReadOnly(int32_t sensorTypeId)
     {
@@ -41,23 +54,30 @@ protected:
         ADD_FAILURE() << "no sensor of type " << sensorTypeId;
         return {};
     }
+    std::string Add(int n, const std::string& name, Tarvo::Test::UmockdevTestbed::Attributes more)
+    {
+        more.insert(more.begin(), {"name", name});
+        return testbed_.AddIio(n, more);
+    }
+    // Replaces an attribute on disk, where the testbed's own calls cannot reach: with a
+    // FIFO, a link, a directory or an oversized file.
+    std::string OnDisk(const std::string& syspath, const std::string& attribute)
+    {
+        return testbed_.OnDisk(syspath) + "/" + attribute;
+    }
 
-    Tarvo::Test::FakeIioTree tree_;
+    Tarvo::Test::UmockdevTestbed testbed_;
     std::vector<std::string> problems_;
 };
 
 TEST_F(IioDeviceTest, FindsEverySensorInDeviceOrder)
 {
-    tree_.AddDevice(10, "als");
-    tree_.Write(10, "in_illuminance_input", "40");
-    tree_.AddDevice(2, "accel");
-    tree_.Accel(2, 0, 0, 1);
-    tree_.AddDevice(3, "gyro");  // nothing the library reads
-    tree_.Write(3, "in_anglvel_x_raw", "1");
-    tree_.AddDevice(4, "stk3310");  // light and proximity in one chip
-    tree_.Write(4, "in_illuminance_raw", "5");
-    tree_.Write(4, "in_proximity_raw", "5");
-    std::filesystem::create_directories(tree_.Devices() + "/trigger0");
+    Add(10, "als", {{"in_illuminance_input", "40"}});
+    testbed_.AddAccelerometer(2, 0, 0, 1);
+    Add(3, "gyro", {{"in_anglvel_x_raw", "1"}});  // nothing the library reads
+    // Light and proximity in one chip.
+    Add(4, "stk3310", {{"in_illuminance_raw", "5"}, {"in_proximity_raw", "5"}});
+    testbed_.AddDevice("iio", "trigger0", {{"name", "sysfstrig0"}});
 
     std::vector<int32_t> types;
     std::vector<std::string> names;
@@ -74,12 +94,14 @@ TEST_F(IioDeviceTest, FindsEverySensorInDeviceOrder)
 
 TEST_F(IioDeviceTest, AccelerationIsScaledOffsetAndTurnedIntoThePhoneAxes)
 {
-    tree_.AddDevice(0, "bmi160");
-    tree_.Accel(0, 100, -200, 1000);
-    tree_.Write(0, "in_accel_scale", "0.0098");
-    tree_.Write(0, "in_accel_z_offset", "10");
     // The chip is mounted turned a quarter: its y is the phone's x, its -x the phone's y.
-    tree_.Write(0, "in_accel_mount_matrix", "0, 1, 0; -1, 0, 0; 0, 0, 1");
+    Add(0, "bmi160",
+        {{"in_accel_x_raw", "100"},
+         {"in_accel_y_raw", "-200"},
+         {"in_accel_z_raw", "1000"},
+         {"in_accel_scale", "0.0098"},
+         {"in_accel_z_offset", "10"},
+         {"in_accel_mount_matrix", "0, 1, 0; -1, 0, 0; 0, 0, 1"}});
 
     EXPECT_THAT(
         ReadOnly(SENSOR_TYPE_ID_ACCELEROMETER),
@@ -88,10 +110,12 @@ TEST_F(IioDeviceTest, AccelerationIsScaledOffsetAndTurnedIntoThePhoneAxes)
 
 TEST_F(IioDeviceTest, PerAxisScaleWinsOverTheSharedOneAndNoScaleMeansRaw)
 {
-    tree_.AddDevice(0, "accel");
-    tree_.Accel(0, 100, 3, -4);
-    tree_.Write(0, "in_accel_x_scale", "0.01");
-    tree_.Write(0, "mount_matrix", "1, 0, 0; 0, 1, 0; 0, 0, 1\n");
+    Add(0, "accel",
+        {{"in_accel_x_raw", "100"},
+         {"in_accel_y_raw", "3"},
+         {"in_accel_z_raw", "-4"},
+         {"in_accel_x_scale", "0.01"},
+         {"mount_matrix", "1, 0, 0; 0, 1, 0; 0, 0, 1\n"}});
 
     EXPECT_THAT(ReadOnly(SENSOR_TYPE_ID_ACCELEROMETER),
                 ElementsAre(FloatNear(1.0f, 1e-6), 3.0f, -4.0f));
@@ -99,21 +123,17 @@ TEST_F(IioDeviceTest, PerAxisScaleWinsOverTheSharedOneAndNoScaleMeansRaw)
 
 TEST_F(IioDeviceTest, LightIsTakenInLuxOrAsRawTimesScale)
 {
-    tree_.AddDevice(0, "lux");
-    tree_.Write(0, "in_illuminance_input", "123.5");
+    const std::string lux = Add(0, "lux", {{"in_illuminance_input", "123.5"}});
     EXPECT_THAT(ReadOnly(SENSOR_TYPE_ID_AMBIENT_LIGHT), ElementsAre(123.5f));
 
-    tree_.Remove(0);
-    tree_.AddDevice(0, "raw");
-    tree_.Write(0, "in_illuminance_raw", "200");
-    tree_.Write(0, "in_illuminance_scale", "0.5");
+    testbed_.Remove(lux);
+    Add(0, "raw", {{"in_illuminance_raw", "200"}, {"in_illuminance_scale", "0.5"}});
     EXPECT_THAT(ReadOnly(SENSOR_TYPE_ID_AMBIENT_LIGHT), ElementsAre(100.0f));
 }
 
 TEST_F(IioDeviceTest, ProximityIsNearFromTheNearLevelUp)
 {
-    tree_.AddDevice(0, "prox");
-    tree_.Write(0, "in_proximity_nearlevel", "100");
+    const std::string prox = Add(0, "prox", {{"in_proximity_nearlevel", "100"}});
     const std::pair<const char*, float> cases[] = {
         {"20", IioDevice::kProximityFar},
         {"99", IioDevice::kProximityFar},
@@ -121,26 +141,21 @@ TEST_F(IioDeviceTest, ProximityIsNearFromTheNearLevelUp)
         {"1500", IioDevice::kProximityNear},
     };
     for (const auto& [raw, expected] : cases) {
-        tree_.Write(0, "in_proximity_raw", raw);
+        testbed_.SetAttribute(prox, "in_proximity_raw", raw);
         EXPECT_THAT(ReadOnly(SENSOR_TYPE_ID_PROXIMITY), ElementsAre(expected)) << "raw " << raw;
     }
     // Without a near level any reflection at all is near.
-    tree_.Remove(0);
-    tree_.AddDevice(0, "plain");
-    tree_.Write(0, "in_proximity_raw", "1");
+    testbed_.Remove(prox);
+    Add(0, "plain", {{"in_proximity_raw", "1"}});
     EXPECT_THAT(ReadOnly(SENSOR_TYPE_ID_PROXIMITY), ElementsAre(IioDevice::kProximityNear));
 }
 
 TEST_F(IioDeviceTest, ABadDeviceIsNamedAndSkippedWhileTheOthersStay)
 {
-    tree_.AddDevice(0, "tilted");
-    tree_.Accel(0, 0, 0, 1);
-    tree_.Write(0, "in_accel_mount_matrix", "1, 0; 0, 1");
-    tree_.AddDevice(1, "garbled");
-    tree_.Write(1, "in_illuminance_raw", "5");
-    tree_.Write(1, "in_illuminance_scale", "lots");
-    tree_.AddDevice(2, "fine");
-    tree_.Write(2, "in_proximity_raw", "0");
+    testbed_.SetAttribute(testbed_.AddAccelerometer(0, 0, 0, 1), "in_accel_mount_matrix",
+                          "1, 0; 0, 1");
+    Add(1, "garbled", {{"in_illuminance_raw", "5"}, {"in_illuminance_scale", "lots"}});
+    Add(2, "fine", {{"in_proximity_raw", "0"}});
 
     const std::vector<IioDevice> devices = Scan();
     ASSERT_THAT(devices, SizeIs(1));
@@ -152,18 +167,17 @@ TEST_F(IioDeviceTest, ABadDeviceIsNamedAndSkippedWhileTheOthersStay)
 
 TEST_F(IioDeviceTest, AGarbledOrVanishedChannelIsAReadErrorNamingTheFile)
 {
-    tree_.AddDevice(0, "accel");
-    tree_.Accel(0, 1, 2, 3);
+    const std::string accel = testbed_.AddAccelerometer(0, 1, 2, 3);
     const std::vector<IioDevice> devices = Scan();
     ASSERT_THAT(devices, SizeIs(1));
     std::vector<float> values;
     std::string error;
 
-    tree_.Write(0, "in_accel_y_raw", "12abc");
+    testbed_.SetAttribute(accel, "in_accel_y_raw", "12abc");
     EXPECT_FALSE(devices[0].Read(values, error));
     EXPECT_THAT(error, HasSubstr("in_accel_y_raw holds no number: '12abc'"));
 
-    tree_.Remove(0);
+    testbed_.Remove(accel);
     EXPECT_FALSE(devices[0].Read(values, error));
     EXPECT_THAT(error, HasSubstr("in_accel_x_raw"));
 }
@@ -174,27 +188,26 @@ TEST_F(IioDeviceTest, AGarbledOrVanishedChannelIsAReadErrorNamingTheFile)
 TEST_F(IioDeviceTest, HostileAttributesAreRefusedAtOnce)
 {
     namespace fs = std::filesystem;
+    // An accelerometer without a scale yet: the test puts something else in its place.
     const auto accel = [this](int n) {
-        tree_.AddDevice(n, "accel" + std::to_string(n));
-        tree_.Accel(n, 0, 0, 1);
-        return tree_.Attribute(n, "in_accel_scale");
+        return OnDisk(
+            Add(n, "accel" + std::to_string(n),
+                {{"in_accel_x_raw", "0"}, {"in_accel_y_raw", "0"}, {"in_accel_z_raw", "1"}}),
+            "in_accel_scale");
     };
     ASSERT_EQ(mkfifo(accel(0).c_str(), 0644), 0);
     fs::create_symlink("/dev/zero", accel(1));
-    fs::create_symlink(tree_.Attribute(2, "loop"), accel(2));
-    fs::create_symlink(tree_.Attribute(2, "in_accel_scale"), tree_.Attribute(2, "loop"));
+    const std::string loop = accel(2);
+    fs::create_symlink(loop + "-loop", loop);
+    fs::create_symlink(loop, loop + "-loop");
     fs::create_directory(accel(3));
-    accel(4);
-    tree_.Write(4, "in_accel_scale", std::string(100000, '7'));
+    std::ofstream(accel(4)) << std::string(100000, '7');
     int n = 5;
     for (const char* garbage : {"nan", "inf", "1e999", "0x"}) {
-        tree_.AddDevice(n, garbage);
-        tree_.Write(n, "in_proximity_raw", "0");
-        tree_.Write(n, "in_proximity_nearlevel", garbage);
+        Add(n, garbage, {{"in_proximity_raw", "0"}, {"in_proximity_nearlevel", garbage}});
         ++n;
     }
-    tree_.AddDevice(20, "fine");
-    tree_.Write(20, "in_illuminance_input", "12");
+    Add(20, "fine", {{"in_illuminance_input", "12"}});
 
     const std::vector<IioDevice> devices = Scan();
     ASSERT_THAT(devices, SizeIs(1));
@@ -216,9 +229,8 @@ TEST_F(IioDeviceTest, AnUnreadableAttributeIsNamedWithItsReason)
     if (geteuid() == 0) {
         GTEST_SKIP() << "running as root, which reads any file";
     }
-    tree_.AddDevice(0, "locked");
-    tree_.Write(0, "in_illuminance_input", "12");
-    std::filesystem::permissions(tree_.Attribute(0, "in_illuminance_input"),
+    const std::string locked = Add(0, "locked", {{"in_illuminance_input", "12"}});
+    std::filesystem::permissions(OnDisk(locked, "in_illuminance_input"),
                                  std::filesystem::perms::none);
     const std::vector<IioDevice> devices = Scan();
     ASSERT_THAT(devices, SizeIs(1));
@@ -226,6 +238,26 @@ TEST_F(IioDeviceTest, AnUnreadableAttributeIsNamedWithItsReason)
     std::string error;
     EXPECT_FALSE(devices[0].Read(values, error));
     EXPECT_THAT(error, HasSubstr("in_illuminance_input: Permission denied"));
+}
+
+// A copy of a device's sysfs (the testbed's own directory, read as plain files) is
+// scanned without udev, in device order.
+TEST_F(IioDeviceTest, ACopyOfSysfsIsScannedWithoutUdev)
+{
+    Add(7, "als", {{"in_illuminance_input", "3"}});
+    testbed_.AddAccelerometer(1, 0, 0, 1);
+    const std::string copy = OnDisk("/sys", "");
+
+    std::vector<std::string> problems;
+    std::vector<std::string> names;
+    for (const IioDevice& device : IioDevice::Scan(copy, problems)) {
+        names.push_back(device.Name());
+        EXPECT_EQ(device.Directory().rfind(copy, 0), 0u) << device.Directory();
+    }
+    EXPECT_THAT(names, ElementsAre("iio:device1 (accel)", "iio:device7 (als)"));
+    EXPECT_THAT(problems, IsEmpty());
+    EXPECT_THAT(IioDevice::Scan(copy + "/nowhere", problems), IsEmpty());
+    EXPECT_THAT(problems, IsEmpty()) << "no devices is no problem";
 }
 
 }  // namespace

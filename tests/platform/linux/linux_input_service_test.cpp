@@ -1,5 +1,6 @@
-// The input service without a usable touchscreen: monitors still install, and the
-// problem is reported once, clearly.
+// The input service finding its touchscreen among the event nodes udev knows, and
+// without a usable one: monitors still install, and the problem is reported once,
+// clearly.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -7,7 +8,9 @@
 #include <fstream>
 
 #include "input_manager.h"
+#include "layer_observers.h"
 #include "linux_platform.h"
+#include "umockdev_testbed.h"
 
 namespace Tarvo::Linux {
 namespace {
@@ -21,13 +24,10 @@ protected:
     {
         char dir[] = "/tmp/quil-input-XXXXXX";
         dir_ = mkdtemp(dir);
-        LinuxPlatform::SetLogSink([this](int, const std::string& line) { lines_.push_back(line); });
     }
     void TearDown() override
     {
-        LinuxPlatform::SetLogSink({});
         LinuxPlatform::SetTouchDevice("");
-        LinuxPlatform::SetInputDirectory("/dev/input");
         std::filesystem::remove_all(dir_);
     }
     // Adds and removes a monitor twice, as enabling a gesture twice does.
@@ -39,19 +39,57 @@ protected:
             MMI::InputManager::GetInstance()->RemoveMonitor(id);
         }
     }
+    // An event node that is no evdev device at all: its ioctls are not answered. With
+    // `properties`, udev says what it is.
+    void AddMute(int n, const std::string& properties = "")
+    {
+        const std::string number = std::to_string(n);
+        testbed_.AddDescription("P: /devices/virtual/input/input" + number + "/event" + number +
+                                "\nN: input/event" + number + "\nE: DEVNAME=/dev/input/event" +
+                                number + "\nE: SUBSYSTEM=input\n" + properties);
+    }
 
+    Tarvo::Test::UmockdevTestbed testbed_;
     std::string dir_;
-    std::vector<std::string> lines_;
+    Linux::Test::LogLines log_;
 };
+
+TEST_F(LinuxInputServiceTest, TheFirstTouchscreenUdevKnowsIsUsed)
+{
+    AddMute(1);
+    testbed_.AddTouchscreen("Wacom-ISDv4-E6-Finger");  // event4
+    testbed_.AddTouchscreen("EP0430M09");              // event3
+    EXPECT_EQ(LinuxPlatform::FindTouchscreen(), "/dev/input/event3");
+    AddAndRemoveTwice();
+    EXPECT_THAT(log_.All(), ::testing::IsEmpty());
+}
+
+// What udev says a node is counts: the search opens only nodes udev has not classified,
+// and the reader finds out when it opens one that is not what udev said.
+TEST_F(LinuxInputServiceTest, WhatUdevSaysOfANodeCounts)
+{
+    AddMute(1, "E: ID_INPUT=1\nE: ID_INPUT_KEY=1\n");
+    AddMute(2, "E: ID_INPUT=1\nE: ID_INPUT_TOUCHSCREEN=1\n");
+    testbed_.AddTouchscreen("EP0430M09");  // event3, after it
+    EXPECT_EQ(LinuxPlatform::FindTouchscreen(), "/dev/input/event2");
+    EXPECT_THAT(log_.All(), ::testing::IsEmpty());
+    const int32_t id = MMI::InputManager::GetInstance()->AddMonitor([](auto) {});
+    // The reader opens it, on its own thread.
+    EXPECT_TRUE(Linux::Test::WaitUntil([this] { return !log_.All().empty(); }));
+    MMI::InputManager::GetInstance()->RemoveMonitor(id);
+    ASSERT_THAT(log_.All(), SizeIs(1));
+    EXPECT_THAT(log_.All()[0], HasSubstr("/dev/input/event2 is no evdev device"));
+}
 
 TEST_F(LinuxInputServiceTest, AMissingNamedTouchscreenIsReportedOnce)
 {
+    testbed_.AddTouchscreen("EP0430M09");  // not the one named
     LinuxPlatform::SetTouchDevice(dir_ + "/event7");
     EXPECT_EQ(LinuxPlatform::FindTouchscreen(), "");
     AddAndRemoveTwice();
-    ASSERT_THAT(lines_, SizeIs(1));
-    EXPECT_THAT(lines_[0], HasSubstr("E D002211/LinuxPlatform: cannot open " + dir_ +
-                                     "/event7: No such file or directory"));
+    ASSERT_THAT(log_.All(), SizeIs(1));
+    EXPECT_THAT(log_.All()[0], HasSubstr("E D002211/LinuxPlatform: cannot open " + dir_ +
+                                         "/event7: No such file or directory"));
 }
 
 TEST_F(LinuxInputServiceTest, AFileThatIsNoInputDeviceIsNamedAsSuch)
@@ -60,19 +98,17 @@ TEST_F(LinuxInputServiceTest, AFileThatIsNoInputDeviceIsNamedAsSuch)
     std::ofstream(file) << "not an input device";
     LinuxPlatform::SetTouchDevice(file);
     AddAndRemoveTwice();
-    ASSERT_THAT(lines_, SizeIs(1));
-    EXPECT_THAT(lines_[0], HasSubstr(file + " is no evdev device"));
+    ASSERT_THAT(log_.All(), SizeIs(1));
+    EXPECT_THAT(log_.All()[0], HasSubstr(file + " is no evdev device"));
 }
 
 TEST_F(LinuxInputServiceTest, ASearchThatFindsNothingSaysWhereItLooked)
 {
-    std::ofstream(dir_ + "/event3") << "";
-    std::filesystem::create_directory(dir_ + "/by-id");
-    LinuxPlatform::SetInputDirectory(dir_);
+    AddMute(2);
     EXPECT_EQ(LinuxPlatform::FindTouchscreen(), "");
     AddAndRemoveTwice();
-    ASSERT_THAT(lines_, SizeIs(1));
-    EXPECT_THAT(lines_[0], HasSubstr("no touchscreen found in " + dir_));
+    ASSERT_THAT(log_.All(), SizeIs(1));
+    EXPECT_THAT(log_.All()[0], HasSubstr("no touchscreen found in /dev/input"));
 }
 
 }  // namespace

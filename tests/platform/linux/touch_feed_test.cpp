@@ -6,10 +6,16 @@
 #include <gtest/gtest.h>
 #include <linux/input.h>
 
+#include <cstdio>
 #include <fstream>
+#include <memory>
 #include <sstream>
 
 #include "child_process.h"
+#include "evemu_reader.h"
+#include "line_reader.h"
+#include "touch_recordings.h"
+#include "trace_writer.h"
 
 namespace Tarvo::Linux {
 namespace {
@@ -89,34 +95,20 @@ TEST(TouchFeedTest, LostEventsAreAnnouncedAndFingersCanBeReleased)
 }
 
 // A real recording played through the live path, then into the plug-in (through
-// quil-replay), recognises what the importer's replay of the same recording does.
+// quil-replay), recognises what the importer's replay of the same recording does. The
+// recording is read, and the trace written, by the programs' own readers and writer.
 class RecordingTest : public ::testing::TestWithParam<std::string> {
 protected:
-    // Axis ranges and slots from an evemu description ("A: code min max ...").
-    static TouchFeed FeedFor(const std::string& descFile)
+    // Calls `onAxis` and `onEvent` for the recording at `path`.
+    static void Read(const std::string& path, const Import::AxisSink& onAxis,
+                     const Import::EventSink& onEvent)
     {
-        std::ifstream in(descFile);
-        Input::AxisRange x{0, 0};
-        Input::AxisRange y{0, 0};
-        int slots = 1;
-        for (std::string line; std::getline(in, line);) {
-            std::istringstream fields(line);
-            std::string tag;
-            unsigned code = 0;
-            int32_t min = 0;
-            int32_t max = 0;
-            if (!(fields >> tag >> std::hex >> code >> std::dec >> min >> max) || tag != "A:") {
-                continue;
-            }
-            if (code == ABS_MT_POSITION_X) {
-                x = {min, max};
-            } else if (code == ABS_MT_POSITION_Y) {
-                y = {min, max};
-            } else if (code == ABS_MT_SLOT) {
-                slots = max + 1;
-            }
-        }
-        return TouchFeed(slots, x, y, DisplaySize{});
+        std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "r"),
+                                                             &std::fclose);
+        ASSERT_NE(file, nullptr) << path;
+        Tools::LineReader lines(path, file.get());
+        std::string error;
+        ASSERT_TRUE(Import::EvemuReader::Read(lines, onAxis, onEvent, error)) << error;
     }
 };
 
@@ -125,40 +117,48 @@ TEST_P(RecordingTest, GivesTheReportsOfTheImportedRecording)
     const std::string name = GetParam();
     const std::string dir = kRecordings + "/touchscreens/";
     const std::string device = name.substr(0, name.find('.'));
-    TouchFeed feed = FeedFor(dir + device + ".desc");
-
-    std::ifstream events(dir + name);
-    ASSERT_TRUE(events) << dir + name;
+    const std::string desc =
+        name.find(".evemu") != std::string::npos ? dir + name : dir + device + ".desc";
+    Input::AxisRange x{0, 0};
+    Input::AxisRange y{0, 0};
+    int slots = 1;
+    Read(
+        desc,
+        [&](const std::string&, uint16_t code, int32_t min, int32_t max) {
+            if (code == ABS_MT_POSITION_X) {
+                x = {min, max};
+            } else if (code == ABS_MT_POSITION_Y) {
+                y = {min, max};
+            } else if (code == ABS_MT_SLOT) {
+                slots = max + 1;
+            }
+        },
+        [](const std::string&, const Import::RawEvent&) {});
+    TouchFeed feed(slots, x, y, DisplaySize{});
     std::vector<TouchRecord> touches;
-    for (std::string line; std::getline(events, line);) {
-        std::istringstream fields(line);
-        std::string tag;
-        double time = 0;
-        unsigned type = 0;
-        unsigned code = 0;
-        int32_t value = 0;
-        if (fields >> tag >> time >> std::hex >> type >> code >> std::dec >> value && tag == "E:") {
-            feed.Feed(static_cast<uint16_t>(type), static_cast<uint16_t>(code), value,
-                      static_cast<int64_t>(time * 1e6), touches);
-        }
-    }
+    Read(
+        dir + name, [](const std::string&, uint16_t, int32_t, int32_t) {},
+        [&](const std::string&, const Import::RawEvent& event) {
+            feed.Feed(event.type, event.code, event.value, event.timeUs, touches);
+        });
     ASSERT_THAT(touches, Not(IsEmpty()));
 
     const std::string trace = ::testing::TempDir() + "/live-" + name + ".trace";
     {
-        std::ofstream out(trace);
-        for (int type : {9, 10, 11, 12, 13}) {
-            out << "enable " << type << "\n";
+        std::unique_ptr<std::FILE, int (*)(std::FILE*)> out(std::fopen(trace.c_str(), "w"),
+                                                            &std::fclose);
+        ASSERT_NE(out, nullptr) << trace;
+        Tools::TraceWriter writer(out.get());
+        for (int32_t type : {9, 10, 11, 12, 13}) {
+            writer.Enable(type);
         }
-        static const char* const kActions[] = {"down", "move", "up"};
+        // Stamped from the first touch: recordings keep the clock of the machine they
+        // were made on.
         for (const TouchRecord& touch : touches) {
-            std::string ids;
-            for (int32_t id : touch.pointerIds) {
-                ids += (ids.empty() ? "" : ",") + std::to_string(id);
-            }
-            out << "touch " << kActions[touch.action - 2] << " " << touch.pointerId << " "
-                << touch.x << " " << touch.y << " " << (ids.empty() ? "-" : ids) << "\n";
+            writer.Touch(static_cast<double>(touch.timestampNs - touches[0].timestampNs) / 1e6,
+                         touch.action, touch.pointerId, touch.x, touch.y, touch.pointerIds);
         }
+        ASSERT_TRUE(writer.Ok());
     }
     const Tarvo::Test::ChildResult replay =
         Tarvo::Test::ChildProcess::Run({QUIL_REPLAY_PATH, trace});
@@ -170,21 +170,8 @@ TEST_P(RecordingTest, GivesTheReportsOfTheImportedRecording)
     EXPECT_EQ(replay.out, expected.str());
 }
 
-INSTANTIATE_TEST_SUITE_P(Touchscreens, RecordingTest,
-                         ::testing::Values("EP0430M09.1-finger-drag-up-down.events",
-                                           "EP0430M09.2-finger-scroll-down.events",
-                                           "EP0430M09.2-fingers-touch-release.events",
-                                           "EP0430M09.4-finger-drag-down.events",
-                                           "Wacom-ISDv4-E6-Finger.double-center-scroll.events",
-                                           "Wacom-ISDv4-E6-Finger.double-top-swipe.events",
-                                           "Wacom-ISDv4-E6-Finger.single-top-swipe.events"),
-                         [](const auto& info) {
-                             std::string name = info.param;
-                             for (char& c : name) {
-                                 c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-                             }
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Touchscreens, RecordingTest, Tarvo::Test::TouchRecordings(),
+                         Tarvo::Test::RecordingName);
 
 }  // namespace
 }  // namespace Tarvo::Linux

@@ -1,5 +1,7 @@
-// quil-live as a user runs it, on a fake sysfs tree: what it enables and prints, how it
-// stops, and that its recording replays to the reports it printed.
+// quil-live as a user runs it, on emulated devices: what it enables and prints, how it
+// stops, that its recording replays to the reports it printed, and that real touchscreen
+// recordings played into an emulated touchscreen give what quil-import and quil-replay
+// give for them.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -8,30 +10,42 @@
 #include <chrono>
 #include <thread>
 
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
 #include "child_process.h"
-#include "fake_iio_tree.h"
+#include "touch_recordings.h"
+#include "umockdev_testbed.h"
 
 namespace Tarvo::Live {
 namespace {
 
 using Tarvo::Test::ChildProcess;
 using Tarvo::Test::LinesStartingWith;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
+// umockdev-run makes a testbed of its own: this process's must not reach the programs
+// started from here on.
+void LeaveTheTestbed()
+{
+    unsetenv("UMOCKDEV_DIR");
+    unsetenv("LD_PRELOAD");
+}
+
 class QuilLiveTest : public ::testing::Test {
 protected:
-    void AddAccel(int n)
-    {
-        tree_.AddDevice(n, "accel");
-        tree_.Write(n, "in_accel_scale", "0.01");
-        tree_.Accel(n, 10, 20, 980);
-    }
+    std::string AddAccel(int n) { return testbed_.AddAccelerometer(n, 10, 20, 980); }
+    // quil-live sees the testbed's devices: it inherits the preload library and the
+    // testbed's directory.
     std::vector<std::string> Live(const std::vector<std::string>& args)
     {
-        std::vector<std::string> argv = {QUIL_LIVE_PATH, "--sysfs-root", tree_.Root(),
-                                         "--touch-device", tree_.Root() + "/no-touchscreen"};
+        std::vector<std::string> argv = {QUIL_LIVE_PATH, "--touch-device",
+                                         "/dev/input/no-touchscreen"};
         argv.insert(argv.end(), args.begin(), args.end());
         return argv;
     }
@@ -47,7 +61,7 @@ protected:
         return false;
     }
 
-    Tarvo::Test::FakeIioTree tree_;
+    Tarvo::Test::UmockdevTestbed testbed_;
 };
 
 TEST_F(QuilLiveTest, ByDefaultEnablesWhatTheSensorsAllow)
@@ -100,12 +114,12 @@ TEST_F(QuilLiveTest, SigtermStopsCleanlyWithEverythingDisabled)
 
 TEST_F(QuilLiveTest, AVanishingSensorIsReportedAndTheRunGoesOn)
 {
-    AddAccel(0);
+    const std::string accel = AddAccel(0);
     ChildProcess child;
     ASSERT_TRUE(child.Start(Live({"--enable", "3"})));
     ASSERT_TRUE(WaitForLines(child, "enable 3 -> 0", 1));
     std::this_thread::sleep_for(std::chrono::milliseconds(250));
-    tree_.Remove(0);
+    testbed_.Remove(accel);
     std::this_thread::sleep_for(std::chrono::milliseconds(350));
     child.Signal(SIGINT);
     const Tarvo::Test::ChildResult run = child.Wait();
@@ -119,9 +133,11 @@ TEST_F(QuilLiveTest, AVanishingSensorIsReportedAndTheRunGoesOn)
 TEST_F(QuilLiveTest, AFifoInTheTreeIsPassedOverAndTheRunKeepsItsTime)
 {
     AddAccel(1);
-    tree_.AddDevice(0, "fifo");
-    tree_.Accel(0, 0, 0, 1);
-    ASSERT_EQ(mkfifo(tree_.Attribute(0, "in_accel_scale").c_str(), 0644), 0);
+    const std::string fifo = testbed_.AddIio(0, {{"name", "fifo"},
+                                                 {"in_accel_x_raw", "0"},
+                                                 {"in_accel_y_raw", "0"},
+                                                 {"in_accel_z_raw", "1"}});
+    ASSERT_EQ(mkfifo((testbed_.OnDisk(fifo) + "/in_accel_scale").c_str(), 0644), 0);
     const Tarvo::Test::ChildResult run =
         ChildProcess::Run(Live({"--enable", "3", "--duration", "0.3"}), 10000);
     EXPECT_EQ(run.exitCode, 0) << run.err;
@@ -148,13 +164,13 @@ TEST_F(QuilLiveTest, AStopDuringTheStartEndsItAtOnce)
 // gives the very reports the live run printed.
 TEST_F(QuilLiveTest, TheRecordingReplaysToTheSameReports)
 {
-    AddAccel(0);
+    const std::string accel = AddAccel(0);
     const std::string trace = ::testing::TempDir() + "/quil-live-flip.trace";
     ChildProcess child;
     ASSERT_TRUE(child.Start(Live({"--enable", "3,4", "--record", trace})));
     ASSERT_TRUE(WaitForLines(child, "enable 4 -> 0", 1));
-    const auto hold = [this](int x, int y, int z) {
-        tree_.Accel(0, x, y, z);
+    const auto hold = [&](int x, int y, int z) {
+        testbed_.SetAccel(accel, x, y, z);
         std::this_thread::sleep_for(std::chrono::milliseconds(400));
     };
     hold(10, 20, 980);
@@ -177,6 +193,153 @@ TEST_F(QuilLiveTest, TheRecordingReplaysToTheSameReports)
     }
     EXPECT_EQ(LinesStartingWith(replay.out, "disable"), LinesStartingWith(live.out, "disable"));
 }
+
+// A copy of a device's sysfs is read where it lies, not through udev.
+TEST_F(QuilLiveTest, ASysfsRootOfItsOwnIsReadAsItIs)
+{
+    AddAccel(4);
+    const std::string copy = testbed_.OnDisk("/sys");
+    testbed_.Remove(testbed_.AddIio(5, {{"name", "als"}, {"in_illuminance_input", "1"}}));
+    const Tarvo::Test::ChildResult run =
+        ChildProcess::Run(Live({"--sysfs-root", copy, "--duration", "0.2"}));
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("sensors: accelerometer; touchscreen: none"));
+}
+
+// The committed descriptions of tests/data/umockdev, as anyone runs a program on them:
+// a phone's three sensors and a touchscreen, everything enabled.
+TEST_F(QuilLiveTest, UnderUmockdevRunTheCommittedDevicesAreAPhone)
+{
+    using Tarvo::Test::UmockdevTestbed;
+    const std::string data = UmockdevTestbed::DataDirectory() + "/";
+    LeaveTheTestbed();
+    const Tarvo::Test::ChildResult run = ChildProcess::Run(
+        {QUIL_UMOCKDEV_RUN, "-d", data + "sensors.umockdev", "-d", data + "EP0430M09.umockdev",
+         "-i", "/dev/input/event3=" + data + "EP0430M09.ioctl", "--", QUIL_LIVE_PATH, "--duration",
+         "0.5"});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("quil-live: sensors: accelerometer, light, proximity; "
+                                   "touchscreen: /dev/input/event3; enabling "
+                                   "0,2,3,4,6,7,9,10,11,12,13\n"));
+    EXPECT_EQ(LinesStartingWith(run.out, "enable").size(), 11u);
+    EXPECT_THAT(LinesStartingWith(run.out, "enable"), Each(::testing::EndsWith("-> 0")));
+}
+
+// A real recording played into an emulated touchscreen, as umockdev-run plays it for
+// anyone (the descriptions in tests/data/umockdev), read by quil-live through udev and
+// libevdev, recognised by the plug-in: the very reports quil-import and quil-replay
+// give for the same recording.
+class RecordingTest : public ::testing::TestWithParam<std::string> {
+protected:
+    static std::string Recordings() { return std::string(QUIL_RECORDINGS_DIR) + "/touchscreens/"; }
+    // The recording's length in seconds, from its first event's stamp to its last.
+    static double Length(const std::string& file)
+    {
+        std::ifstream in(file);
+        double first = -1;
+        double last = 0;
+        for (std::string line; std::getline(in, line);) {
+            if (line.rfind("E: ", 0) == 0) {
+                last = std::stod(line.substr(3));
+                first = first < 0 ? last : first;
+            }
+        }
+        return last - first;
+    }
+    // The touch records of a trace, without their time stamps.
+    static std::vector<std::string> Touches(const std::string& trace)
+    {
+        std::vector<std::string> touches;
+        std::istringstream in(trace);
+        for (std::string line; std::getline(in, line);) {
+            const size_t at = line.find("touch ");
+            if (at != std::string::npos && line[0] != '#') {
+                touches.push_back(line.substr(at));
+            }
+        }
+        return touches;
+    }
+    // Waits until `ready` holds, for at most 30 seconds.
+    template <typename Ready>
+    static bool WaitFor(Ready ready)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (!ready()) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                return false;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return true;
+    }
+    static std::string Reports(const std::string& output)
+    {
+        std::string text;
+        for (const std::string& line : LinesStartingWith(output, "report")) {
+            text += line + "\n";
+        }
+        return text;
+    }
+};
+
+TEST_P(RecordingTest, GivesWhatTheImportedRecordingReplaysTo)
+{
+    const std::string recording = GetParam();
+    const std::string panel = recording.substr(0, recording.find('.'));
+    const bool whole = recording.find(".evemu") != std::string::npos;
+    const std::string events = Recordings() + recording;
+
+    // The reference: the recording imported and replayed on the host build.
+    const std::string trace = ::testing::TempDir() + "/" + recording + ".trace";
+    std::vector<std::string> import = {QUIL_IMPORT_PATH, "--enable", "9,10,11,12,13"};
+    if (!whole) {
+        import.push_back(Recordings() + panel + ".desc");
+    }
+    import.push_back(events);
+    const Tarvo::Test::ChildResult imported = ChildProcess::Run(import);
+    ASSERT_EQ(imported.exitCode, 0) << imported.err;
+    std::ofstream(trace) << imported.out;
+    const Tarvo::Test::ChildResult replayed = ChildProcess::Run({QUIL_REPLAY_PATH, trace});
+    ASSERT_EQ(replayed.exitCode, 0) << replayed.err;
+
+    LeaveTheTestbed();
+    using Tarvo::Test::UmockdevTestbed;
+    const std::string data = UmockdevTestbed::DataDirectory() + "/" + panel;
+    const std::string node = UmockdevTestbed::TouchscreenNode(panel);
+    const std::string recorded = ::testing::TempDir() + "/" + recording + ".live.trace";
+    ChildProcess live;
+    ASSERT_TRUE(
+        live.Start({QUIL_UMOCKDEV_RUN, "-d", data + ".umockdev", "-i", node + "=" + data + ".ioctl",
+                    "-e", node + "=" + UmockdevTestbed::EventsOnly(events), "--", QUIL_LIVE_PATH,
+                    "--enable", "9,10,11,12,13", "--record", recorded, "--log", "info"}));
+    // Played in real time from when quil-live opens the node (which the layer says at
+    // info level): wait that long, and a margin, then for as many reports as the replay
+    // gave.
+    ASSERT_TRUE(WaitFor([&] { return live.Err().find("touch from " + node) != std::string::npos; }))
+        << live.Err();
+    const size_t expected = LinesStartingWith(replayed.out, "report").size();
+    const auto played = std::chrono::steady_clock::now() +
+                        std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                            std::chrono::duration<double>(Length(events) + 1.0));
+    EXPECT_TRUE(WaitFor([&] {
+        return std::chrono::steady_clock::now() > played &&
+               LinesStartingWith(live.Out(), "report").size() >= expected;
+    }));
+    live.Signal(SIGINT);
+    const Tarvo::Test::ChildResult run = live.Wait();
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("touchscreen: " + node));
+    EXPECT_EQ(Reports(run.out), Reports(replayed.out)) << run.err;
+    // Most recordings give no report at all; the touches the plug-in was handed tell
+    // more: the very ones the importer made of the recording.
+    std::ifstream recordedFile(recorded);
+    std::ostringstream live_trace;
+    live_trace << recordedFile.rdbuf();
+    EXPECT_EQ(Touches(live_trace.str()), Touches(imported.out));
+}
+
+INSTANTIATE_TEST_SUITE_P(Touchscreens, RecordingTest, Tarvo::Test::TouchRecordings(),
+                         Tarvo::Test::RecordingName);
 
 }  // namespace
 }  // namespace Tarvo::Live
