@@ -17,11 +17,11 @@ import sys
 OPTION = re.compile(r"^-{1,2}[a-z][a-z0-9-]*")
 
 
-def options_of(spec):
+def options_of(synopsis):
     """'-o FILE, --output FILE' or '-o, --output FILE' -> {'-o': 'FILE', '--output': 'FILE'}:
     alternatives share the argument written after the last of them."""
     found = {}
-    items = [item.strip() for item in spec.split(", ")]
+    items = [item.strip() for item in synopsis.split(", ")]
     argument = ""
     for item in items:
         match = OPTION.match(item)
