@@ -1,10 +1,5 @@
 #include "motion_daemon.h"
 
-#include <sdbus-c++/sdbus-c++.h>
-
-#include <vector>
-
-#include "bus_loop.h"
 #include "exit_codes.h"
 #include "gesture_access.h"
 #include "linux_platform.h"
@@ -12,11 +7,7 @@
 #include "motion_needs.h"
 #include "motion_service.h"
 #include "owner_change.h"
-#include "plugin_loader.h"
-#include "presence_mailbox.h"
-#include "report_queue.h"
 #include "service_log.h"
-#include "trace_player.h"
 
 namespace Tarvo::Motiond {
 namespace {
@@ -56,57 +47,73 @@ void SetUpLayer(const MotiondOptions& options)
 
 }  // namespace
 
-int MotionDaemon::Run(Tools::StopSignals& stop)
+bool MotionDaemon::OpenReplay()
 {
-    SetUpLayer(options_);
-    const char* busName = options_.session ? "session bus" : "system bus";
-    std::unique_ptr<TracePlayer> player;
-    if (!options_.replay.empty()) {
-        player = std::make_unique<TracePlayer>(options_.replay);
-        std::string error;
-        if (!player->Open(error)) {
-            ServiceLog::Print(ServiceLog::ERROR, "%s", error.c_str());
-            return Tools::kExitUsage;
-        }
-        LinuxPlatform::UseScriptedDevices(player->StartPresence());
+    if (options_.replay.empty()) {
+        return true;
     }
-
-    std::unique_ptr<sdbus::IConnection> bus;
-    try {
-        bus = options_.session ? sdbus::createSessionBusConnection()
-                               : sdbus::createSystemBusConnection();
-    } catch (const sdbus::Error& failure) {
-        ServiceLog::Print(ServiceLog::ERROR, "cannot connect to the %s: %s", busName,
-                          failure.getMessage().c_str());
-        return Tools::kExitFailure;
-    }
-
-    Tools::PluginLoader plugin;
+    player_ = std::make_unique<TracePlayer>(options_.replay);
     std::string error;
-    if (!plugin.Load(options_.plugin, error)) {
+    if (!player_->Open(error)) {
         ServiceLog::Print(ServiceLog::ERROR, "%s", error.c_str());
-        return Tools::kExitFailure;
+        return false;
     }
-    Quil::IMotionAlgo* algo = plugin.Create();
-    if (algo == nullptr) {
-        ServiceLog::Print(ServiceLog::ERROR, "the plug-in could not create its service");
-        return Tools::kExitFailure;
-    }
-    auto reports = std::make_shared<ReportQueue>();
-    algo->RegisterCallback(reports);
+    LinuxPlatform::UseScriptedDevices(player_->StartPresence());
+    return true;
+}
 
-    PresenceMailbox presence;
-    MotionService service(*bus, *algo, GestureAccess(options_.gestureGroup));
-    Bus::BusLoop loop(*bus);
-    std::vector<Quil::MotionData> batch;  // the reports the loop takes at a time
-    bool served = false;
+bool MotionDaemon::ConnectBus()
+{
+    try {
+        bus_ = options_.session ? sdbus::createSessionBusConnection()
+                                : sdbus::createSystemBusConnection();
+    } catch (const sdbus::Error& failure) {
+        ServiceLog::Print(ServiceLog::ERROR, "cannot connect to the %s: %s", BusName(),
+                          failure.getMessage().c_str());
+        return false;
+    }
+    return true;
+}
+
+bool MotionDaemon::LoadPlugin()
+{
+    std::string error;
+    if (!plugin_.Load(options_.plugin, error)) {
+        ServiceLog::Print(ServiceLog::ERROR, "%s", error.c_str());
+        return false;
+    }
+    algo_ = plugin_.Create();
+    if (algo_ == nullptr) {
+        ServiceLog::Print(ServiceLog::ERROR, "the plug-in could not create its service");
+        return false;
+    }
+    reports_ = std::make_shared<ReportQueue>();
+    algo_->RegisterCallback(reports_);
+    return true;
+}
+
+void MotionDaemon::DeliverReports(MotionService& service)
+{
+    reports_->TakeAll(batch_);
+    for (const Quil::MotionData& data : batch_) {
+        service.Deliver(data);
+    }
+    if (const uint64_t refused = reports_->TakeRefused(); refused > 0) {
+        ServiceLog::Print(ServiceLog::WARN, "%llu reports were refused: the bus thread fell behind",
+                          static_cast<unsigned long long>(refused));
+    }
+}
+
+bool MotionDaemon::StartServing(MotionService& service, Bus::BusLoop& loop,
+                                Tools::StopSignals& stop, std::string& error)
+{
     try {
         LinuxPlatform::SetPresenceObserver(
-            [&presence](const Linux::DevicePresence& now) { presence.Post(now); });
+            [this](const Linux::DevicePresence& now) { presence_.Post(now); });
         const Linux::DevicePresence present = LinuxPlatform::Presence();
         service.Register(present);
         // Clients that leave the bus (exit, crash, disconnect) release everything.
-        bus->addMatch(
+        bus_->addMatch(
             "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
             "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg2=''",
             [&service](sdbus::Message& message) {
@@ -116,59 +123,60 @@ int MotionDaemon::Run(Tools::StopSignals& stop)
                 }
             },
             sdbus::floating_slot);
-        loop.Watch(reports->Fd(), [&] {
-            reports->TakeAll(batch);
-            for (const Quil::MotionData& data : batch) {
-                service.Deliver(data);
-            }
-            if (const uint64_t refused = reports->TakeRefused(); refused > 0) {
-                ServiceLog::Print(ServiceLog::WARN,
-                                  "%llu reports were refused: the bus thread fell behind",
-                                  static_cast<unsigned long long>(refused));
-            }
-        });
-        loop.Watch(presence.Fd(), [&] {
-            if (std::optional<Linux::DevicePresence> now = presence.Take()) {
+        loop.Watch(reports_->Fd(), [this, &service] { DeliverReports(service); });
+        loop.Watch(presence_.Fd(), [this, &service] {
+            if (std::optional<Linux::DevicePresence> now = presence_.Take()) {
                 service.SetPresence(*now);
             }
         });
         loop.Watch(stop.Fd(), [&loop] { loop.Stop(); });
-        bus->requestName(Bus::kBusName);
+        bus_->requestName(Bus::kBusName);
         ServiceLog::Print(ServiceLog::INFO,
                           "serving %s on the %s; %s; available types: %s; touch gestures for "
                           "the group '%s'%s%s",
-                          Bus::kBusName, busName, Describe(present).c_str(),
+                          Bus::kBusName, BusName(), Describe(present).c_str(),
                           Join(service.AvailableTypes()).c_str(), options_.gestureGroup.c_str(),
-                          player != nullptr ? "; replaying " : "",
-                          player != nullptr ? options_.replay.c_str() : "");
-        if (player != nullptr) {
-            player->Start([&presence](const Linux::DevicePresence& now) { presence.Post(now); });
-            service.OnFirstClaim([&player] { player->Begin(); });
+                          player_ != nullptr ? "; replaying " : "",
+                          player_ != nullptr ? options_.replay.c_str() : "");
+        if (player_ != nullptr) {
+            player_->Start([this](const Linux::DevicePresence& now) { presence_.Post(now); });
+            service.OnFirstClaim([this] { player_->Begin(); });
         }
-        served = true;
         stop.Arm();
     } catch (const sdbus::Error& failure) {
         error = failure.getMessage();
+        return false;
     }
+    return true;
+}
 
-    bool stopped = false;
-    if (served) {
-        stopped = loop.Run(error);
-    } else {
-        ServiceLog::Print(ServiceLog::ERROR, "cannot serve %s on the %s: %s", Bus::kBusName,
-                          busName, error.c_str());
+int MotionDaemon::Run(Tools::StopSignals& stop)
+{
+    SetUpLayer(options_);
+    if (!OpenReplay()) {
+        return Tools::kExitUsage;
     }
-    if (served && !stopped) {
-        ServiceLog::Print(ServiceLog::ERROR, "lost the %s (%s): exiting", busName, error.c_str());
+    if (!ConnectBus() || !LoadPlugin()) {
+        return Tools::kExitFailure;
+    }
+    MotionService service(*bus_, *algo_, GestureAccess(options_.gestureGroup));
+    Bus::BusLoop loop(*bus_);
+    std::string error;
+    bool stopped = false;
+    if (!StartServing(service, loop, stop, error)) {
+        ServiceLog::Print(ServiceLog::ERROR, "cannot serve %s on the %s: %s", Bus::kBusName,
+                          BusName(), error.c_str());
+    } else if (!(stopped = loop.Run(error))) {
+        ServiceLog::Print(ServiceLog::ERROR, "lost the %s (%s): exiting", BusName(), error.c_str());
     }
     // Undone in order: nothing more is played or observed, every claimed type is
     // disabled, then the plug-in's object goes.
     LinuxPlatform::SetPresenceObserver({});
-    if (player != nullptr) {
-        player->Stop();
+    if (player_ != nullptr) {
+        player_->Stop();
     }
     service.ReleaseAll();
-    plugin.Destroy(algo);
+    plugin_.Destroy(algo_);
     if (stopped) {
         ServiceLog::Print(ServiceLog::INFO, "stopped");
         return Tools::kExitOk;
