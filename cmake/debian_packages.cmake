@@ -3,6 +3,7 @@
 #   libquil-motion-dev  what hosts build against
 #   quil-motion-tools   the C++ programs
 #   quil-motion-plot    quil-plot, apart so that the tools need no Python
+#   quil-motiond        the D-Bus service and its client (from a Linux-platform build)
 # scripts/package.sh configures a build for /usr with Debian's hardening flags and runs
 # the generator on it. cmake/debian/ explains what lintian still says.
 set(CPACK_GENERATOR DEB)
@@ -104,5 +105,34 @@ reports for a host service that loads it as a plug-in.
 This package holds quil-plot, which draws a trace's samples, touches and
 host calls on one time axis with every report quil-replay gives for it
 (PNG or SVG, no display needed).")
+
+# The service hosts the plug-in built for the Linux layer, so its package comes from a
+# Linux-platform build of its own, which scripts/package.sh makes beside the host build
+# and which makes this package only. Its libraries are private (a directory of the
+# service's own), so they get no shlibs file.
+set(CPACK_DEBIAN_SERVICE_PACKAGE_NAME quil-motiond)
+set(CPACK_DEBIAN_SERVICE_PACKAGE_SECTION admin)
+set(CPACK_DEBIAN_SERVICE_PACKAGE_DEPENDS
+    "dbus | dbus-system-bus, acl, systemd | systemd-standalone-sysusers")
+set(CPACK_DEBIAN_SERVICE_PACKAGE_SUGGESTS "python3-dbus, python3-gi")
+set(QUIL_SERVICE_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian/quil-motiond)
+set(CPACK_DEBIAN_SERVICE_PACKAGE_CONTROL_EXTRA
+    ${QUIL_SERVICE_SCRIPTS}/postinst ${QUIL_SERVICE_SCRIPTS}/prerm ${QUIL_SERVICE_SCRIPTS}/postrm)
+set(CPACK_DEBIAN_SERVICE_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_COMPONENT_SERVICE_DESCRIPTION
+    "motion and touch gesture recognition service
+quil-motiond serves the motions and touch gestures of a Linux phone, tablet
+or convertible on the D-Bus system bus, as org.quilmotion.Motion1: programs
+claim the types they want (pick-up, near-ear, flip, rotation, shake, pocket,
+edge swipes, pinch, three-finger slide) and receive a signal for each
+recognition. Sensors are read only while a claim needs them.
+.
+This package holds the service with its systemd unit, D-Bus policy,
+activation file, udev rule and interface description, and quil-watch, which
+prints the motions or runs a command on them (flip to mute).")
+if(QUIL_PLATFORM STREQUAL "linux")
+  set(CPACK_COMPONENTS_ALL service)
+  set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS OFF)
+endif()
 
 include(CPack)

@@ -80,11 +80,15 @@ if(EXISTS ${QUIL_PLOT_SCRIPT})
   # The script finds its package beside its real path, so both go to one data
   # directory and the program directory gets a relative link.
   set(QUIL_PLOT_DIR ${CMAKE_INSTALL_DATADIR}/quil-motion)
+  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/install-links)
   install(PROGRAMS ${QUIL_PLOT_SCRIPT} DESTINATION ${QUIL_PLOT_DIR} COMPONENT plot)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/tools/quil_plot/quil_plot DESTINATION ${QUIL_PLOT_DIR}
           COMPONENT plot PATTERN __pycache__ EXCLUDE)
+  # Away from the sources it cannot read the version from CMakeLists.txt: it is written in.
+  file(WRITE ${CMAKE_BINARY_DIR}/install-links/_version.py "VERSION = \"${PROJECT_VERSION}\"\n")
+  install(FILES ${CMAKE_BINARY_DIR}/install-links/_version.py
+          DESTINATION ${QUIL_PLOT_DIR}/quil_plot COMPONENT plot)
   file(RELATIVE_PATH QUIL_BIN_TO_PLOT /${CMAKE_INSTALL_BINDIR} /${QUIL_PLOT_DIR}/quil-plot)
-  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/install-links)
   file(CREATE_LINK ${QUIL_BIN_TO_PLOT} ${CMAKE_BINARY_DIR}/install-links/quil-plot SYMBOLIC)
   install(FILES ${CMAKE_BINARY_DIR}/install-links/quil-plot DESTINATION ${CMAKE_INSTALL_BINDIR}
           COMPONENT plot)
@@ -99,9 +103,10 @@ set(QUIL_MAN_PAGES)
 if(SCDOC)
   foreach(source ${QUIL_MAN_SOURCES})
     get_filename_component(page ${source} NAME_WLE)  # quil-replay.1
-    # A program's page only where the program is built (quil-live: Linux builds).
+    # A program's page only where the program is built (quil-live, quil-motiond and
+    # quil-watch: Linux builds).
     string(REGEX REPLACE "\\.[0-9]$" "" program ${page})
-    if(program STREQUAL "quil-live" AND NOT TARGET quil-live)
+    if(program MATCHES "^quil-(live|motiond|watch)$" AND NOT TARGET ${program})
       continue()
     endif()
     string(REGEX MATCH "[0-9]$" section ${page})
@@ -115,6 +120,8 @@ if(SCDOC)
     set(component tools)
     if(program STREQUAL "quil-plot")
       set(component plot)
+    elseif(program MATCHES "^quil-(motiond|watch)$")
+      set(component service)
     endif()
     install(FILES ${out} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})
   endforeach()
@@ -142,3 +149,8 @@ foreach(component_package runtime:libquil-motion0 dev:libquil-motion-dev tools:q
   install(FILES ${QUIL_CHANGELOG} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package}
           COMPONENT ${component} EXCLUDE_FROM_ALL)
 endforeach()
+
+# quil-motiond and quil-watch, where they are built.
+if(TARGET quil-motiond)
+  include(${PROJECT_SOURCE_DIR}/cmake/service_install.cmake)
+endif()

@@ -1,7 +1,8 @@
 # Imports RECORDING (a path under ROOT) with IMPORT, replays the trace with REPLAY and
 # compares what the host observes with ROOT/expected/RECORDING.expected; with
 # -DUPDATE=ON writes that file instead. An evemu .events file is imported after the
-# .desc that shares the part of its name before the first dot.
+# .desc that shares the part of its name before the first dot; the getevent dumps,
+# recorded without their -p block, with their axes guessed.
 get_filename_component(dir ${ROOT}/${RECORDING} DIRECTORY)
 get_filename_component(file ${RECORDING} NAME)
 set(inputs ${RECORDING})
@@ -9,10 +10,14 @@ if(file MATCHES "^([^.]+)\\..*\\.events$")
   file(RELATIVE_PATH desc ${ROOT} ${dir}/${CMAKE_MATCH_1}.desc)
   set(inputs ${desc} ${RECORDING})
 endif()
+set(options)
+if(RECORDING MATCHES "^getevent/")
+  set(options --guess-axes)
+endif()
 set(trace ${OUT}/${RECORDING}.trace)
 get_filename_component(trace_dir ${trace} DIRECTORY)
 file(MAKE_DIRECTORY ${trace_dir})
-execute_process(COMMAND ${IMPORT} ${inputs} WORKING_DIRECTORY ${ROOT}
+execute_process(COMMAND ${IMPORT} ${options} ${inputs} WORKING_DIRECTORY ${ROOT}
                 OUTPUT_FILE ${trace} ERROR_VARIABLE import_err RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "quil-import ${inputs}: exit status ${rc}\n${import_err}")

@@ -33,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             __builtin_trap();  // a rejection must say why
         }
     }
-    auto axis = [](const std::string&, uint16_t, int32_t, int32_t) {};
+    auto axis = [](const std::string&, const RawAxis&) {};
     auto event = [](const std::string&, const RawEvent&) {};
     error.clear();
     if (!read([&](Tarvo::Tools::LineReader& lines) {

@@ -17,7 +17,16 @@
 namespace Tarvo::Quil {
 namespace {
 constexpr char kLogTag[] = "AlgoStateManager";
+#ifdef QUIL_FRESH_GESTURE_STATES
+constexpr StateObjects kBuildStateObjects = StateObjects::FRESH;
+#else
+constexpr StateObjects kBuildStateObjects = StateObjects::REUSED;
+#endif
 }  // namespace
+
+AlgoStateManager::AlgoStateManager() : AlgoStateManager(kBuildStateObjects)
+{
+}
 
 AlgoStateManager::AlgoStateManager(StateObjects objects) : objects_(objects)
 {
@@ -32,11 +41,6 @@ AlgoStateManager::AlgoStateManager(StateObjects objects) : objects_(objects)
         currentState_ = MakeSlot(STATE_IDLE).object;
     }
     currentState_->SetCurrentState(STATE_IDLE);
-}
-
-std::shared_ptr<AlgoGestureState> AlgoStateManager::CreateState(States state)
-{
-    return AnnounceState(state) ? MakeSlot(state).object : nullptr;
 }
 
 bool AlgoStateManager::AnnounceState(States state)

@@ -15,6 +15,7 @@
 /// Everything of the Quil Motion host interface.
 namespace Tarvo::Quil {
 
+/// \class IMotionAlgo i_motion_algo.h <quil_motion/i_motion_algo.h>
 /// The plug-in's one service interface.
 ///
 /// A host loads the plug-in with `dlopen`, looks up the C functions Create() and
@@ -25,7 +26,8 @@ namespace Tarvo::Quil {
 /// Operations that return `int` give 0 on success and -1 on failure; failures are
 /// also written to the platform log. No operation throws.
 ///
-/// \section threading Threading and lifetime
+/// \anchor threading
+/// <h3>Threading and lifetime</h3>
 ///
 /// - <b>One object at a time.</b> Create() returns null, and logs an error, while an
 ///   object it made earlier has not been passed to Destroy(): the sensor channel and
@@ -58,6 +60,7 @@ namespace Tarvo::Quil {
 ///   library shuts down are dropped.
 class IMotionAlgo {
 public:
+    /// \class Callback i_motion_algo.h <quil_motion/i_motion_algo.h>
     /// The host's receiver of reports. Implemented by the host and registered with
     /// RegisterCallback(); the library only ever holds shared copies of it.
     class Callback {
@@ -93,9 +96,10 @@ public:
     /// \return always 0.
     virtual int RegisterCallback(std::shared_ptr<Callback> callback) = 0;
 
-    /// Drops the registered callback, so that types enabled afterwards report to no
-    /// one until a new RegisterCallback(). Types already enabled keep the callback
-    /// they were given.
+    /// Drops the registered callback.
+    ///
+    /// Types enabled afterwards report to no one until a new RegisterCallback(). Types
+    /// already enabled keep the callback they were given.
     /// \return always 0.
     virtual int UnregisterCallback() = 0;
 

@@ -9,6 +9,7 @@
 
 namespace Tarvo::Quil {
 
+/// \struct MotionData motion_data.h <quil_motion/motion_data.h>
 /// One report: what the library hands to IMotionAlgo::Callback::OnMotionChanged()
 /// for every recognised motion or touch gesture. A plain value; fields the producing
 /// recognition does not use are -1 (`move` 0.0).
@@ -17,14 +18,14 @@ namespace Tarvo::Quil {
 /// Only `type` and `result` carry information; `status`, `action`, `direction` and
 /// `rotateAction` are -1 and `move` is 0.0. A report is delivered only when its
 /// `result` differs from the last one the host accepted for that type.
+///
 /// | type | `result` 1 | `result` 0 |
 /// |---|---|---|
-/// | 0 pick-up | the device, resting still, has been lifted and tilted towards the user | that
-/// posture has been left | | 2 near-ear | the device has been raised upright with the proximity
-/// sensor covered | the proximity sensor is no longer covered | | 3 flip | a flip is complete: from
-/// rest, turned over its long edge, laid flat | the flat end pose has been left | | 6 shake | the
-/// latest sample is a shake (acceleration far beyond gravity) | it is not | | 7 pocket | in a
-/// pocket or bag: proximity covered, dark, lying on a face | out of it |
+/// | 0 pick-up | lifted from rest and tilted towards the user | that posture left |
+/// | 2 near-ear | raised upright with the proximity sensor covered | the sensor uncovered |
+/// | 3 flip | from rest, turned over its long edge and laid flat | the flat end pose left |
+/// | 6 shake | the latest sample is a shake (far beyond gravity) | it is not |
+/// | 7 pocket | in a pocket or bag: covered, dark, lying on a face | out of it |
 ///
 /// \par Rotation (type 4)
 /// `result` is always 1 and `rotateAction` holds the display orientation derived from

@@ -32,6 +32,7 @@ inline constexpr std::array<int32_t, 11> kSupportTypes = {2, 0, 3, 7, 4, 6, 9, 1
 /// The touch gesture types; the rest of kSupportTypes are device motions.
 inline constexpr std::array<int32_t, 5> kGestureTypes = {9, 10, 11, 12, 13};
 
+/// \struct MotionTypeName motion_type.h <quil_motion/motion_type.h>
 /// A motion type with the short name programs know it by.
 struct MotionTypeName {
     int32_t type;      ///< the motion type id

@@ -1,4 +1,6 @@
-// Feeds every pointer record through the gesture state machine.
+// Feeds every pointer record through the gesture state machine. It lives beside the
+// touch channel but is a layer of its own above gesture/: the channel below it knows
+// nothing of the machine.
 #pragma once
 
 #include <memory>

@@ -24,14 +24,24 @@ QUIL_QUIET_BUILD=1 scripts/build.sh "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DCMAKE_INSTALL_PREFIX=/usr -DQUIL_DEBIAN_PACKAGE=ON -DQUIL_BUILD_TESTS=OFF \
     -DQUIL_BUILD_BENCH=OFF -DQUIL_BUILD_FUZZ=OFF
 
+# quil-motiond hosts the plug-in built for the Linux layer: a Linux-platform build of its
+# own, inside DIR, makes that one package.
+QUIL_QUIET_BUILD=1 scripts/build.sh "$dir/linux-service" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DCMAKE_INSTALL_PREFIX=/usr -DQUIL_DEBIAN_PACKAGE=ON -DQUIL_PLATFORM=linux \
+    -DQUIL_BUILD_TESTS=OFF -DQUIL_BUILD_BENCH=OFF -DQUIL_BUILD_FUZZ=OFF
+
 echo "package: making the packages" >&2
 rm -rf "$dir/packages"
-if ! cpack --config "$dir/CPackConfig.cmake" -B "$dir/packages" >"$dir/cpack.log" 2>&1; then
-    echo "package: the package generator failed; its output:" >&2
-    cat "$dir/cpack.log" >&2
-    exit 1
-fi
-rm -rf "$dir/packages/_CPack_Packages"
+for build in "$dir" "$dir/linux-service"; do
+    if ! cpack --config "$build/CPackConfig.cmake" -B "$build/cpack" >"$build/cpack.log" 2>&1; then
+        echo "package: the package generator failed; its output:" >&2
+        cat "$build/cpack.log" >&2
+        exit 1
+    fi
+    mkdir -p "$dir/packages"
+    mv "$build"/cpack/*.deb "$dir/packages/"
+    rm -rf "$build/cpack"
+done
 
 # Finished as Debian's own tools finish a package: no compiler signature (.comment) in
 # the binaries, and no maintainer script that only calls ldconfig where the ldconfig

@@ -2,8 +2,9 @@
 """Regenerates docs/real-recordings.md and its figures from tests/data/recordings/.
 
 Every recording is imported with build/quil-import, replayed with build/quil-replay
---json and drawn with quil-plot; the page gets the import command, the figure and a
-table of the reports per motion type per minute. Run it after a build, and again
+--json and drawn with quil-plot's figure, narrower than its default so that its text
+stays legible at page width; the page gets the import command, the figure and a table
+of the reports per motion type per minute. Run it after a build, and again
 whenever the importer or the library changes what the recordings give:
 
     scripts/build.sh && scripts/plot-recordings.py [--build DIR]
@@ -20,21 +21,29 @@ ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 sys.path.insert(0, os.path.join(ROOT, "tools", "quil_plot"))
 
 from quil_plot import marks  # noqa: E402
+from quil_plot.figure import draw, plt  # noqa: E402  (headless: the module picks Agg)
 from quil_plot.replay import parse_replay  # noqa: E402
 from quil_plot.trace import read_trace  # noqa: E402
 
 DATA = "tests/data/recordings"
 DOC = "docs/real-recordings.md"
 FIGURES = "docs/real-recordings"
-PNG_DPI = 72
+# Narrower than quil-plot's default at a higher resolution: about 950 pixels wide, the
+# figures keep their text legible at the width of a page.
+FIGURE_INCHES = 9.5
+PNG_DPI = 100
 PNG_COLOURS = 128  # a palette PNG keeps each figure well under 200 KB
+# The touch screens are landscape panels, the display portrait: each is turned a quarter
+# clockwise (its left edge to the top), as quil-import suggests. How the devices were
+# held, the recordings do not say; the other way round is --rotate 270.
+TURN = ["--rotate", "90"]
 
 WALKING = ("A phone's accelerometer at 100 Hz, about 190 s of walking with the phone "
            "{where}. Columns: time in ns since boot, x, y, z in m/s\u00b2 (no header).")
-SCREEN_A = ("evemu recording of touch screen A (0\u20131279 \u00d7 0\u2013767, 5 slots, "
-      "protocol B): {what}.")
-SCREEN_B = ("evemu recording of touch screen B (0\u20132776 \u00d7 "
-         "0\u20131569, 2 slots, protocol B): {what}.")
+SCREEN_A = ("evemu recording of touch screen A (landscape, 0\u20131279 \u00d7 0\u2013767, "
+            "5 slots, protocol B), turned onto the portrait display: {what}.")
+SCREEN_B = ("evemu recording of touch screen B (landscape, 0\u20132776 \u00d7 0\u20131569, "
+            "2 slots, protocol B), turned onto the portrait display: {what}.")
 
 # (name, files relative to DATA, importer options, what it is, what the library makes of it)
 RECORDINGS = [
@@ -59,49 +68,56 @@ RECORDINGS = [
      "In a swinging bag shake turns on and off several times a second; the phone lies on "
      "its side, so rotation changes only now and then."),
     ("screen-a-1-finger-drag", ["touchscreens/EP0430M09.desc",
-                          "touchscreens/EP0430M09.1-finger-drag-up-down.events"], [],
+                          "touchscreens/EP0430M09.1-finger-drag-up-down.events"], TURN,
      SCREEN_A.format(what="one finger dragged up and down"),
-     "A drag in the middle of the screen starts in no edge zone: no swipe, rightly."),
+     "Turned upright, the drag runs across the middle of the display and back; it starts "
+     "in no edge zone: no swipe, rightly."),
     ("screen-a-2-finger-scroll", ["touchscreens/EP0430M09.desc",
-                            "touchscreens/EP0430M09.2-finger-scroll-down.events"], [],
+                            "touchscreens/EP0430M09.2-finger-scroll-down.events"], TURN,
      SCREEN_A.format(what="a two-finger scroll down"),
      "Two fingers moving together keep their distance: no pinch, rightly."),
     ("screen-a-2-fingers-touch", ["touchscreens/EP0430M09.desc",
-                            "touchscreens/EP0430M09.2-fingers-touch-release.events"], [],
+                            "touchscreens/EP0430M09.2-fingers-touch-release.events"], TURN,
      SCREEN_A.format(what="two fingers touching and releasing"),
      "Two fingers that do not move: nothing."),
     ("screen-a-4-finger-drag", ["touchscreens/EP0430M09.desc",
-                          "touchscreens/EP0430M09.4-finger-drag-down.events"], [],
+                          "touchscreens/EP0430M09.4-finger-drag-down.events"], TURN,
      SCREEN_A.format(what="four fingers dragged down"),
      "Four fingers are no gesture: nothing."),
     ("screen-b-1-finger-swipe", ["touchscreens/Wacom-ISDv4-E6-Finger.desc",
-                            "touchscreens/Wacom-ISDv4-E6-Finger.single-top-swipe.events"], [],
-     SCREEN_B.format(what="one-finger swipes that start near the left edge"),
-     "A finger from the left edge across the screen: a swipe from the left (type 10), "
-     "finished when the finger lifts."),
+                            "touchscreens/Wacom-ISDv4-E6-Finger.single-top-swipe.events"], TURN,
+     SCREEN_B.format(what="a one-finger swipe in from the panel's left edge, along its top"),
+     "Turned a quarter clockwise, the panel's left edge is the display's top: the finger "
+     "comes down at the top and runs down along the right edge, which no recogniser takes "
+     "for a gesture (a swipe from the right edge runs left). Turned the other way "
+     "(`--rotate 270`) the same stroke starts at the bottom edge and is reported as a swipe "
+     "up (type 11); imported as the panel lies, without `--rotate`, it is a swipe from the "
+     "left (type 10)."),
     ("screen-b-2-finger-swipe", ["touchscreens/Wacom-ISDv4-E6-Finger.desc",
-                            "touchscreens/Wacom-ISDv4-E6-Finger.double-top-swipe.events"], [],
-     SCREEN_B.format(what="two-finger swipes that start near the left edge"),
+                            "touchscreens/Wacom-ISDv4-E6-Finger.double-top-swipe.events"], TURN,
+     SCREEN_B.format(what="a two-finger swipe in from the panel's left edge, along its top"),
      "The same with two fingers: an edge swipe is one finger, and the two keep their "
      "distance, so it is no pinch either: nothing."),
     ("screen-b-2-finger-scroll", ["touchscreens/Wacom-ISDv4-E6-Finger.desc",
                              "touchscreens/Wacom-ISDv4-E6-Finger.double-center-scroll.events"],
-     [], SCREEN_B.format(what="a two-finger scroll in the centre"),
+     TURN, SCREEN_B.format(what="a two-finger scroll in the centre"),
      "Two fingers scrolling together: nothing."),
-    ("screen-c-large", ["touchscreens/dell_canvas_touch.evemu"], [],
-     "evemu recording of touch screen C, a large display (0\u201332767 on both axes, 5 slots, "
-     "protocol B, device description in the file's header): a five-finger pinch-in and "
-     "a four-finger drag.",
+    ("screen-c-large", ["touchscreens/dell_canvas_touch.evemu"], TURN,
+     "evemu recording of touch screen C, a large landscape display (0\u201332767 on both "
+     "axes, 596 \u00d7 334 mm by the axes' resolutions, 5 slots, protocol B, device "
+     "description in the file's header), turned onto the portrait display: a five-finger "
+     "pinch-in and a four-finger drag.",
      "More than three fingers are no gesture, and a pinch is two fingers: nothing."),
-    ("getevent-single-drag", ["getevent/phone-single-drag.txt"], [],
-     "`getevent -lt` dump of a phone's touch screen (protocol A, no axis ranges recorded, so "
-     "the largest values seen are taken as the maxima): one finger dragged across the "
-     "screen.",
+    ("getevent-single-drag", ["getevent/phone-single-drag.txt"], ["--guess-axes"],
+     "`getevent -lt` dump of a phone's touch screen (protocol A) without its `-p` block, so "
+     "without axis ranges: imported with `--guess-axes`, which takes the largest values "
+     "seen as the maxima (the figure marks the axes as guessed): one finger dragged across "
+     "the screen.",
      "The drag runs left to right from the middle, so it is no swipe from the left edge. "
      "With the largest values seen as the maxima it lies on the display's bottom row."),
-    ("getevent-two-finger-drag", ["getevent/phone-two-finger-drag.txt"], [],
-     "`getevent -lt` dump of the same phone (protocol A): two fingers dragged in "
-     "parallel.",
+    ("getevent-two-finger-drag", ["getevent/phone-two-finger-drag.txt"], ["--guess-axes"],
+     "`getevent -lt` dump of the same phone (protocol A), imported the same way: two "
+     "fingers dragged in parallel.",
      "Two fingers in parallel are neither an edge swipe nor a pinch: nothing."),
 ]
 
@@ -129,7 +145,8 @@ def report_table(trace, reports):
     for kind in marks.lanes(reports, trace.calls):
         mine = [r for r in reports if r.type == kind]
         counts = collections.Counter(outcome(r) for r in mine)
-        breakdown = ", ".join(f"{n} \u00d7 {what}" for what, n in sorted(counts.items()))
+        # In the order each outcome first happens: a gesture's start before its end.
+        breakdown = ", ".join(f"{n} \u00d7 {what}" for what, n in counts.items())
         dash = "\u2013"
         rate = f"{len(mine) / minutes:.1f}" if minutes > 0 else dash
         lines.append(f"| {marks.type_name(kind)} ({kind}) | {len(mine)} | {rate} | "
@@ -166,7 +183,6 @@ def main():
     build = os.path.join(ROOT, args.build)
     importer = os.path.join(build, "quil-import")
     replayer = os.path.join(build, "quil-replay")
-    plotter = os.path.join(ROOT, "tools", "quil_plot", "quil-plot")
     for program in (importer, replayer):
         if not os.access(program, os.X_OK):
             sys.exit(f"plot-recordings: {program} is missing: build first (scripts/build.sh)")
@@ -182,15 +198,12 @@ def main():
             with open(trace_path, "w") as f:
                 f.write(trace_text)
             replay_text = run([replayer, "--json", trace_path], f"replaying {name}")
-            replay_path = os.path.join(scratch, name + ".jsonl")
-            with open(replay_path, "w") as f:
-                f.write(replay_text)
             trace = read_trace(trace_path, replayer)
-            reports, _ = parse_replay(replay_text.splitlines(), trace.calls, name)
+            reports, calls = parse_replay(replay_text.splitlines(), trace.calls, name)
             figure = f"{FIGURES}/{name}.png"
-            run([plotter, trace_path, "--replay", replay_path, "-o",
-                 os.path.join(ROOT, figure), "--dpi", str(PNG_DPI), "--title", name],
-                f"plotting {name}")
+            drawn = draw(trace, reports, calls, title=name, width=FIGURE_INCHES)
+            drawn.savefig(os.path.join(ROOT, figure), dpi=PNG_DPI)
+            plt.close(drawn)
             shrink_png(os.path.join(ROOT, figure))
             table, minutes = report_table(trace, reports)
             sections += [
@@ -222,8 +235,12 @@ HEADER = [
     "",
     "Each section gives the import command, the figure (signals and touches on one time",
     "axis, every report in the lane of its motion type, host calls below) and the reports",
-    "per motion type per minute. `scripts/plot-recordings.py` regenerates this page and its",
-    "figures after a build; it is generated, so edit the script, not the page.",
+    "per motion type per minute, with each kind of outcome in the order it first happens.",
+    "The touch screens are landscape panels: they are turned onto the portrait display",
+    "with `--rotate 90`, as `quil-import` suggests when it is left out; which way round the",
+    "devices were held, the recordings do not say. `scripts/plot-recordings.py` regenerates",
+    "this page and its figures after a build; it is generated, so edit the script, not the",
+    "page.",
     "",
 ]
 

@@ -13,15 +13,16 @@ jobs=$(nproc)
 scripts/build.sh build -DQUIL_BUILD_TESTS=ON -DQUIL_BUILD_BENCH=ON
 ctest --test-dir build --output-on-failure --no-tests=error -j"$jobs"
 
-# The Linux platform layer and quil-live: their targets and tests, plainly, under
-# AddressSanitizer + UndefinedBehaviorSanitizer and under ThreadSanitizer. The tests run
-# on umockdev's emulated devices (tests/support/umockdev/): about 30 s of tests per build
-# here, 65 s under ThreadSanitizer, most of it recordings played in real time.
+# The Linux platform layer, quil-live and quil-motiond: their targets and tests, plainly,
+# under AddressSanitizer + UndefinedBehaviorSanitizer and under ThreadSanitizer. The tests
+# run on umockdev's emulated devices (tests/support/umockdev/): about 40 s of tests per
+# build here, 70 s under ThreadSanitizer, most of it recordings played in real time.
 linux_stage() {
     local dir=$1 sanitize=$2
     cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUIL_PLATFORM=linux \
         -DQUIL_SANITIZE="$sanitize" -DQUIL_BUILD_TESTS=ON -DQUIL_BUILD_BENCH=OFF >/dev/null
-    cmake --build "$dir" -j"$jobs" --target quil_linux_tests quil_live_tests
+    cmake --build "$dir" -j"$jobs" --target quil_linux_tests quil_live_tests quil_motiond_tests \
+        quil_motiond_device_tests quil_service_bench
     ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 TSAN_OPTIONS=halt_on_error=1 \
         ctest --test-dir "$dir" --output-on-failure --no-tests=error -j"$jobs" -L linux
 }

@@ -16,7 +16,9 @@ packages=(g++ make cmake ninja-build pkg-config binutils libcjson-dev libgtest-d
           # packages, man pages and the reference
           dpkg-dev fakeroot file lintian scdoc doxygen man-db
           # quil-plot and its tests
-          python3 python3-matplotlib python3-pil python3-pytest)
+          python3 python3-matplotlib python3-pil python3-pytest
+          # quil-motiond and quil-watch on D-Bus; their tests' bus and Python client
+          libsdbus-c++-dev dbus-daemon python3-dbus python3-gi)
 missing=()
 for pkg in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q "install ok installed" || missing+=("$pkg")

@@ -234,33 +234,6 @@ void SensorConnection::PushData(const SensorEvent& event)
     SemPost(&sem_);
 }
 
-std::optional<SensorEvent> SensorConnection::GetSensorEvent()
-{
-    std::lock_guard<std::mutex> lock(eventMutex_);
-    if (events_.empty()) {
-        MLOGE("No sensorEvent");
-        return std::nullopt;
-    }
-    Sample& front = events_.front();
-    SensorEvent event{};
-    event.sensorTypeId = front.sensorTypeId;
-    event.timestamp = front.timestamp;
-    event.data = front.hasData ? front.data : nullptr;
-    event.dataLen = front.hasData ? static_cast<uint32_t>(kSampleBytes) : 0;
-    return event;
-}
-
-bool SensorConnection::PopData()
-{
-    std::lock_guard<std::mutex> lock(eventMutex_);
-    if (events_.empty()) {
-        MLOGE("No sensorEvent");
-        return false;
-    }
-    events_.pop_front();
-    return true;
-}
-
 bool SensorConnection::TakeFront(Sample& out)
 {
     if (taken_.empty()) {

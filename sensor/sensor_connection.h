@@ -65,10 +65,6 @@ public:
     // Called by the sensor service on its delivery thread.
     static void SensorDataCallbackImpl(SensorEvent* event);
     void PushData(const SensorEvent& event);
-    // The oldest sample the worker has not yet taken off the queue; its data pointer is
-    // valid until PopData.
-    std::optional<SensorEvent> GetSensorEvent();
-    bool PopData();
     void NotifyCallback(int sensorTypeId, void* data);
 
     // Deactivates and unsubscribes every sensor this connection still has subscribed.

@@ -38,6 +38,7 @@ std::optional<SensorCall> SensorCallFromName(const std::string& name);
 /// \return its name as traces use it ("GetAllSensors", ...).
 const char* SensorCallName(SensorCall call);
 
+/// \struct LogLine host_platform.h <quil_motion/host_platform.h>
 /// One platform log line as written.
 struct LogLine {
     int level = 0;            ///< 3 debug .. 7 fatal
@@ -51,6 +52,7 @@ struct LogLine {
 /// \return "<L> D002210/<tag>: <message>" with L one of D I W E F for levels 3 to 7.
 std::string FormatLogLine(const LogLine& line);
 
+/// \struct SubscriptionState host_platform.h <quil_motion/host_platform.h>
 /// What the sensor service holds for one subscriber and sensor type.
 struct SubscriptionState {
     bool subscribed = false;       ///< SubscribeSensor succeeded and was not undone
@@ -59,6 +61,7 @@ struct SubscriptionState {
     int64_t reportInterval = 0;    ///< ns, as set by SetBatch
 };
 
+/// \class HostPlatform host_platform.h <quil_motion/host_platform.h>
 /// Control API of the host platform. All members are static: there is one simulated
 /// device per process, shared by the plug-in and the host program (which is why the
 /// platform is a shared library).
@@ -115,13 +118,16 @@ public:
     /// Call every subscriber's callback of every active sensor with a null event,
     /// once per subscriber record.
     static void InjectNullEvent();
+    /// Reads the service's state of one subscription.
     /// \param user a subscriber record of the sensor service client (a SensorUser*).
     /// \param sensorTypeId a sensor type id.
     /// \return what the service holds for that subscriber and sensor.
     static SubscriptionState GetSubscription(const void* user, int32_t sensorTypeId);
+    /// Counts the subscribers delivering one sensor.
     /// \param sensorTypeId a sensor type id.
     /// \return the number of subscribers that have activated the sensor.
     static int ActiveSubscriberCount(int32_t sensorTypeId);
+    /// Counts the subscriptions held.
     /// \return the number of (subscriber, sensor type) subscriptions held, active or
     ///         not: 0 once every client has left the service as it found it.
     static int SubscriptionCount();
@@ -145,6 +151,7 @@ public:
     /// \param pointerIds the ids of every pointer on the screen.
     static void InjectTouchNoItem(int32_t action, int32_t pointerId,
                                   const std::vector<int32_t>& pointerIds);
+    /// Counts the input monitors.
     /// \return the number of input monitors installed (by enabled touch gestures).
     static int InstalledMonitorCount();
 
@@ -159,6 +166,7 @@ public:
     static void SetLogSink(std::function<void(const LogLine&)> sink);
 
     // --- thread support ---------------------------------------------------------
+    /// Makes naming a thread fail, or work again.
     /// \param fails true: naming a thread fails from now on; false: it works again.
     static void SetThreadNamingFails(bool fails);
 
@@ -183,6 +191,7 @@ public:
     static void SetWaitSpin(int microseconds);
 
     // --- measuring --------------------------------------------------------------
+    /// Sets a function to run as each sample or touch event is delivered.
     /// \param hook runs on a service's delivery thread just before each sample or touch
     ///        event is handed to the library (nullptr for none): the start of a latency
     ///        measurement.

@@ -1,7 +1,8 @@
 // Client interface of the platform input service: pointer events and input monitors.
 //
 // A device build takes these declarations from the platform's input client library;
-// the host build links the stand-in in platform/host.
+// other builds link a platform layer that serves them: the stand-in in platform/host,
+// or platform/linux on a Linux device (the forwarding is platform/common's).
 #pragma once
 
 #include <cstdint>

@@ -1,8 +1,10 @@
 // Client interface of the platform sensor service.
 //
 // The motion library sees the sensor service only through these declarations. A device
-// build links the platform's own client library; the host build links the stand-in in
-// platform/host. Record layouts are the client's: only the fields named here exist.
+// build links the platform's own client library; other builds link a platform layer
+// that serves them: the stand-in in platform/host, or platform/linux on a Linux device
+// (the forwarding is platform/common's). Record layouts are the client's: only the
+// fields named here exist.
 #pragma once
 
 #include <cstdint>

@@ -3,15 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cmath>
 #include <limits>
 
-#include "host_platform.h"
 #include "log_capture.h"
 #include "motion_matchers.h"
 #include "motion_type.h"
-#include "recording_callback.h"
+#include "recogniser_fixture.h"
 
 namespace Tarvo::Quil::Test {
 namespace {
@@ -21,41 +18,7 @@ using testing::IsEmpty;
 
 constexpr char kTag[] = "AlgoFlip";
 
-class AlgoFlipTest : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        Host::HostPlatform::Reset();
-        flip_.RegisterCallback(MOTION_TYPE_FLIP, callback_);
-    }
-    void TearDown() override { flip_.UnregisterCallback(MOTION_TYPE_FLIP); }
-
-    // One raw accelerometer sample, as the sensor reports it.
-    int Acc(float x, float y, float z, int sensorTypeId = 1)
-    {
-        std::array<float, 4> sample = {x, y, z, 0.0F};
-        return flip_.StartAlgorithm(sensorTypeId, sample.data());
-    }
-    void Repeat(int times, float x, float y, float z)
-    {
-        for (int i = 0; i < times; ++i) {
-            Acc(x, y, z);
-        }
-    }
-
-    std::shared_ptr<RecordingCallback> callback_ = std::make_shared<RecordingCallback>();
-    AlgoFlip flip_;
-};
-
-TEST_F(AlgoFlipTest, FaceUpFlipReportsCompletionThenLeavingThePose)
-{
-    Acc(0.1F, 0.2F, 9.8F);   // resting face up
-    Acc(6.9F, 0.2F, 6.9F);   // rolled over the long edge
-    Acc(0.1F, 0.2F, 9.8F);   // back in the resting pose: a completed flip
-    Acc(0.1F, 0.2F, 9.8F);   // staying there reports nothing more
-    Acc(0.1F, 0.2F, -9.8F);  // turned onto its face: the pose is left
-    EXPECT_THAT(callback_->Reports(), ElementsAre(IsReport(3, 1), IsReport(3, 0)));
-}
+using AlgoFlipTest = RecogniserTest<AlgoFlip, MOTION_TYPE_FLIP>;
 
 TEST_F(AlgoFlipTest, FlipFromAnotherPoseEndsFlatFaceDown)
 {
@@ -67,31 +30,28 @@ TEST_F(AlgoFlipTest, FlipFromAnotherPoseEndsFlatFaceDown)
     EXPECT_THAT(callback_->Reports(), ElementsAre(IsReport(3, 1), IsReport(3, 0)));
 }
 
-TEST_F(AlgoFlipTest, FlipTimesOutOnTheFiftiethSampleWithoutReport)
+TEST_F(AlgoFlipTest, FlipTimesOutOnTheFiftiethSample)
 {
     Acc(0.1F, 0.2F, 9.8F);
-    Acc(6.9F, 0.2F, 6.9F);  // into FLIPPING_DOWN; this sample does not count
-    LogCapture log;
+    Acc(6.9F, 0.2F, 6.9F);  // into the flip; this sample does not count
     Repeat(49, 6.9F, 0.2F, 6.9F);
-    EXPECT_EQ(log.Count(kTag, "in HandleFlippingDown, Failed to convert flipped down state"), 49);
-    Acc(6.9F, 0.2F, 6.9F);  // the 50th: back to the start, silently
-    EXPECT_EQ(log.Count(kTag, "in HandleFlippingDown, Failed to convert flipped down state"), 49);
-    Acc(0.1F, 0.2F, 9.8F);  // a fresh decision, not a completed flip
+    Acc(0.1F, 0.2F, 9.8F);  // the 50th: timed out instead of completed
     EXPECT_THAT(callback_->Reports(), IsEmpty());
+    Acc(0.1F, 0.2F, 9.8F);
     Acc(6.9F, 0.2F, 6.9F);
-    Acc(0.1F, 0.2F, 9.8F);  // the counter was reloaded: a new attempt completes
+    Repeat(48, 6.9F, 0.2F, 6.9F);
+    Acc(0.1F, 0.2F, 9.8F);  // the 49th, after the counter was reloaded: a flip
     EXPECT_THAT(callback_->Reports(), ElementsAre(IsReport(3, 1)));
 }
 
 TEST_F(AlgoFlipTest, ThresholdsAreStrictWhereTheyShouldBe)
 {
     Acc(0.0F, 9.8F, 0.0F);
-    LogCapture log;
     Acc(3.3357F, 0.0F, 9.2148F);  // |roll| 19.9: not yet a roll
+    Acc(0.0F, 0.0F, -13.9F);      // so a flat end pose is no flip
+    EXPECT_THAT(callback_->Reports(), IsEmpty());
     Acc(3.3679F, 0.0F, 9.2032F);  // |roll| 20.1: rolling
-    EXPECT_EQ(log.Count(kTag, "in HandleStillUp, Failed to convert flipping state"), 1);
-    // A flat end pose with magnitude exactly 14 fails the magnitude test.
-    Acc(0.0F, 0.0F, -14.0F);
+    Acc(0.0F, 0.0F, -14.0F);      // magnitude exactly 14 fails the magnitude test
     EXPECT_THAT(callback_->Reports(), IsEmpty());
     Acc(0.0F, 0.0F, -13.9F);
     EXPECT_THAT(callback_->Reports(), ElementsAre(IsReport(3, 1)));
@@ -100,11 +60,11 @@ TEST_F(AlgoFlipTest, ThresholdsAreStrictWhereTheyShouldBe)
 TEST_F(AlgoFlipTest, BadSamplesNeverBreakTheMachine)
 {
     LogCapture log;
-    EXPECT_EQ(flip_.StartAlgorithm(1, nullptr), -1);
+    EXPECT_EQ(algo_.StartAlgorithm(1, nullptr), -1);
     EXPECT_TRUE(log.Contains(kTag, "in StartAlgorithm, sensorData is nullptr", LOG_LEVEL_ERROR));
 
     // Before any accelerometer sample, another sensor's sample still drives a step.
-    EXPECT_EQ(Acc(5.0F, 0.0F, 0.0F, 12), 0);
+    EXPECT_EQ(Sample(12, 5.0F), 0);
     EXPECT_TRUE(log.Contains(kTag, "in PreprocessData, Failed to get acc data"));
     EXPECT_TRUE(log.Contains(kTag, "in IsStillAccUp, data_ is nullptr"));
 
@@ -138,19 +98,6 @@ TEST_F(AlgoFlipTest, SampleThatIsNoNumberNeverLeavesAFlippedPose)
     Acc(5.0F, 0.0F, -8.0F);
     EXPECT_THAT(callback_->Reports(),
                 ElementsAre(IsReport(3, 1), IsReport(3, 0), IsReport(3, 1), IsReport(3, 0)));
-}
-
-TEST_F(AlgoFlipTest, RepeatedOutcomesAreDeduplicatedAcrossAttempts)
-{
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        Acc(0.1F, 0.2F, 9.8F);
-        Acc(6.9F, 0.2F, 6.9F);
-        Acc(0.1F, 0.2F, 9.8F);
-        Acc(0.1F, 0.2F, -9.8F);
-    }
-    EXPECT_THAT(callback_->Reports(),
-                ElementsAre(IsReport(3, 1), IsReport(3, 0), IsReport(3, 1), IsReport(3, 0)));
-    EXPECT_THAT(callback_->Reports()[0], testing::AllOf(WithStatus(-1), WithMove(0.0)));
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include "algo_rotate.h"
 #include "algo_shake.h"
 #include "log_capture.h"
-#include "motion_matchers.h"
 #include "recogniser_fixture.h"
 
 namespace Tarvo::Quil::Test {
@@ -24,17 +23,6 @@ std::vector<int> Orientations(const std::vector<MotionData>& reports)
         codes.push_back(report.rotateAction);
     }
     return codes;
-}
-
-TEST_F(AlgoRotateTest, FourOrientationsFromGravity)
-{
-    Acc(0.0F, 9.8F, 0.0F);   // upright: 0
-    Acc(-9.8F, 0.0F, 0.0F);  // 90: 3
-    Acc(0.0F, -9.8F, 0.0F);  // 180: 2
-    Acc(9.8F, 0.0F, 0.0F);   // -90 corrected to 270: 1
-    Acc(9.8F, 0.1F, 0.0F);   // the same orientation again: dropped
-    EXPECT_THAT(Orientations(callback_->Reports()), ElementsAre(0, 3, 2, 1));
-    EXPECT_THAT(callback_->Reports()[0], IsReport(4, 1));
 }
 
 TEST_F(AlgoRotateTest, ExactDiagonalsAndFlatSamplesKeepTheLastOrientation)
@@ -64,14 +52,6 @@ TEST_F(AlgoRotateTest, AngleThatIsNoNumberIsTheRemainingOrientation)
     // Within range and not flat, but its angle lies in no open interval: code 0.
     EXPECT_EQ(Acc(std::numeric_limits<float>::quiet_NaN(), 9.8F, 0.0F), 0);
     EXPECT_THAT(Orientations(callback_->Reports()), ElementsAre(3, 0));
-}
-
-TEST_F(AlgoShakeTest, ShakesAreReportedOnceAndCalmOnce)
-{
-    Acc(0.3F, 9.6F, 1.4F);
-    Repeat(3, 12.0F, 15.0F, 3.0F);
-    Acc(0.3F, 9.6F, 1.4F);
-    EXPECT_THAT(Results(), ElementsAre(0, 1, 0));
 }
 
 TEST_F(AlgoShakeTest, XThresholdIsHalfTheOthers)

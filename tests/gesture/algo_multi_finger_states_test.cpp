@@ -7,7 +7,6 @@
 #include "algo_slide_state.h"
 #include "algo_three_fingers_move_state.h"
 #include "gesture_driver.h"
-#include "log_capture.h"
 #include "motion_matchers.h"
 
 namespace Tarvo::Quil::Test {
@@ -67,7 +66,6 @@ TEST_F(TwoFingerTest, TurningBeforeThePinchEndsWithoutReport)
 {
     g_.Move(1, 700, 1050, {0, 1});
     EXPECT_EQ(g_.Move(1, 700, 1400, {0, 1}), STATE_END);  // 45 degrees against finger 0
-    EXPECT_EQ(GestureDriver::Report().result, -1);
     EXPECT_THAT(g_.Reports(), IsEmpty());
 }
 
@@ -82,28 +80,14 @@ TEST_F(TwoFingerTest, MalformedEventsLeadToErrorAndStillFinishThePinch)
 
 TEST_F(TwoFingerTest, TwoFingerDownEdgeCases)
 {
-    GestureDriver lift;  // (drivers reset the platform: made before the log capture)
-    GestureDriver wrongUp;
+    EXPECT_EQ(g_.Up(5, 0, 0, {0, 5}), STATE_ERROR);  // no down record for finger 5
+    GestureDriver lift;
     lift.Down(0, 0, 0, {0});
     lift.Down(1, 100, 0, {0, 1});
-    wrongUp.Down(0, 0, 0, {0});
-    wrongUp.Down(1, 100, 0, {0, 1});
-    LogCapture log;
-    EXPECT_EQ(g_.Up(5, 0, 0, {0, 5}), STATE_ERROR);  // no down record for finger 5
-    EXPECT_TRUE(log.Contains("AlgoTwoFingersDownState",
-                             "in HandleUpEvent, MAP store error,store wrong DownEvent"));
-
     EXPECT_EQ(lift.Up(1, 100, 0, {0, 1}), STATE_ONE_FINGER_DOWN);
     EXPECT_EQ(lift.StoreSize(), 1U);
-    EXPECT_TRUE(log.Contains("AlgoTwoFingersDownState",
-                             "in HandleUpEvent, Current state:STATE_THREE_FINGERS_DOWN,next "
-                             "state:STATE_ONE_FINGER_DOWN"));
-
-    EXPECT_EQ(wrongUp.Up(1, 100, 0, {1}), STATE_ERROR);
-    EXPECT_TRUE(log.Contains("AlgoTwoFingersDownState",
-                             "in HandleUpEvent, Current state:STATE_TWO_FINGERS_DOWN,next "
-                             "state:STATE_ERROR",
-                             LOG_LEVEL_ERROR));
+    lift.Down(1, 100, 0, {0, 1});
+    EXPECT_EQ(lift.Up(1, 100, 0, {1}), STATE_ERROR);  // one id listed for two fingers
 }
 
 TEST(ZeroReferencePinchTest, ScaleChangesThatAreNoNumberAreNotReported)
@@ -132,67 +116,28 @@ protected:
         g_.Down(1, 500, 1000, {0, 1});
         ASSERT_EQ(g_.Down(2, 800, 1000, {0, 1, 2}), STATE_THREE_FINGERS_DOWN);
     }
-    // Every finger moves by (dx, dy) from its down position, in `steps` equal steps.
-    void SlideAll(int dx, int dy, int steps)
-    {
-        for (int step = 1; step <= steps; ++step) {
-            for (int id = 0; id < 3; ++id) {
-                g_.Move(id, 200 + 300 * id + dx * step / steps, 1000 + dy * step / steps,
-                        {0, 1, 2});
-            }
-        }
-    }
     GestureDriver g_;
 };
-
-TEST_F(ThreeFingerTest, SlideRightIsRecognisedAndReportsItsTravel)
-{
-    SlideAll(400, 0, 4);  // averages over slots 1..3 of three: (d1 + d2 + 0) / 3
-    ASSERT_EQ(g_.State(), STATE_SLIDE);
-    ASSERT_EQ(g_.Reports().size(), 1U);
-    EXPECT_THAT(g_.Reports()[0],
-                AllOf(IsReport(13, 1), WithStatus(1), WithDirection(3), WithMove(0.0)));
-    SlideAll(500, 0, 1);
-    EXPECT_EQ(GestureDriver::Report().move, 500.0);
-    EXPECT_EQ(g_.Up(2, 1300, 1000, {0, 1, 2}), STATE_TWO_FINGERS_DOWN);
-    EXPECT_THAT(g_.Reports().back(),
-                AllOf(IsReport(13, 2), WithStatus(3), WithDirection(3), WithMove(500.0)));
-    EXPECT_EQ(g_.Data().distance, 300);
-}
-
-TEST_F(ThreeFingerTest, EachDirectionIsJudgedFromTheFingersMovement)
-{
-    const std::pair<int, int> moves[] = {{0, -400}, {-400, 0}, {0, 400}};
-    const int32_t expected[] = {0, 1, 2};
-    for (int i = 0; i < 3; ++i) {
-        SetUp();
-        SlideAll(moves[i].first, moves[i].second, 4);
-        ASSERT_EQ(g_.State(), STATE_SLIDE) << i;
-        EXPECT_EQ(g_.Reports().back().direction, expected[i]);
-        g_.Up(0, 0, 0, {0, 1, 2});
-    }
-}
-
-TEST_F(ThreeFingerTest, AFingerFarAheadOfTheOthersEndsTheGesture)
-{
-    g_.Move(0, 200, 990, {0, 1, 2});  // the first move only changes state
-    LogCapture log;
-    EXPECT_EQ(g_.Move(0, 200, 600, {0, 1, 2}), STATE_END);
-    EXPECT_TRUE(
-        log.Contains("AlgoThreeFingersMoveState", "in HandleMoveEvent, Not all fingers moved"));
-    EXPECT_THAT(g_.Reports(), IsEmpty());
-}
 
 TEST_F(ThreeFingerTest, FingersMovingApartEndTheGesture)
 {
     g_.Move(0, 200, 1005, {0, 1, 2});
-    LogCapture log;
     g_.Move(0, 200, 1010, {0, 1, 2});
     g_.Move(1, 500, 990, {0, 1, 2});
     EXPECT_EQ(g_.Move(2, 800, 1400, {0, 1, 2}), STATE_END);
-    EXPECT_TRUE(log.Contains("AlgoThreeFingersMoveState",
-                             "in HandleMoveEvent, sliding direction is different"));
-    EXPECT_EQ(GestureDriver::Report().direction, -1);
+    EXPECT_THAT(g_.Reports(), IsEmpty());
+}
+
+TEST_F(ThreeFingerTest, LiftingOneFingerOfASlideFallsBackToTwo)
+{
+    for (int32_t step = 1; step <= 4; ++step) {
+        for (int32_t id = 0; id < 3; ++id) {
+            g_.Move(id, 200 + 300 * id + 100 * step, 1000, {0, 1, 2});
+        }
+    }
+    ASSERT_EQ(g_.State(), STATE_SLIDE);
+    EXPECT_EQ(g_.Up(2, 1200, 1000, {0, 1, 2}), STATE_TWO_FINGERS_DOWN);
+    EXPECT_EQ(g_.Data().distance, 300);
 }
 
 TEST_F(ThreeFingerTest, FourthFingerEndsAndLiftingOneFallsBackToTwo)
@@ -219,11 +164,7 @@ TEST(ThreeFingersMoveRulesTest, DirectionsAndAverages)
     EXPECT_EQ(AlgoThreeFingersMoveState::JudgeDirection(1, -2), DIRECTION_UP);
 
     AlgoThreeFingersMoveState state;
-    LogCapture log;
     EXPECT_FALSE(state.IsSameDirection({10, 20}, {DIRECTION_UP, DIRECTION_UP}));
-    EXPECT_TRUE(log.Contains("AlgoThreeFingersMoveState",
-                             "in IsSameDirection, Length of fingerAngles or fingerdirections is "
-                             "invalid"));
     EXPECT_FALSE(state.IsSameDirection({}, {DIRECTION_UP}));
     EXPECT_TRUE(state.IsSameDirection({0, 0, 0, 9},
                                       {DIRECTION_UP, DIRECTION_UP, DIRECTION_UP, DIRECTION_LEFT}));

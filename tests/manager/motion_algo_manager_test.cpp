@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "host_platform.h"
-#include "log_capture.h"
 #include "motion_matchers.h"
 #include "recording_callback.h"
 
@@ -16,7 +15,6 @@ using Host::SensorCall;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr char kTag[] = "MotionAlgoManager";
 constexpr int kAcc = 1;
 constexpr int kLight = 5;
 constexpr int kProx = 12;
@@ -57,52 +55,24 @@ TEST_F(MotionAlgoManagerTest, AnswersWhichTypesItSupports)
     EXPECT_EQ(manager_->DisableCount(3), 0);
 }
 
-TEST_F(MotionAlgoManagerTest, FlipEnabledEndToEndReportsToTheFirstRegisteredCallback)
+TEST_F(MotionAlgoManagerTest, ReportsGoToTheFirstRegisteredCallback)
 {
     auto second = std::make_shared<RecordingCallback>();
-    manager_ = std::make_unique<MotionAlgoManager>();
-    manager_->RegisterCallback(callback_);
-    manager_->RegisterCallback(second);  // the first registration wins
-
-    ASSERT_EQ(manager_->Enable(3), 0);
-    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 1);
-    Acc(0.1F, 0.2F, 9.8F);
-    Acc(6.9F, 0.2F, 6.9F);
-    Acc(0.1F, 0.2F, 9.8F);
-    Acc(0.1F, 0.2F, -9.8F);
-
-    EXPECT_THAT(callback_->Reports(), ElementsAre(IsReport(3, 1), IsReport(3, 0)));
+    manager_->RegisterCallback(second);
+    ASSERT_EQ(manager_->Enable(6), 0);
+    Acc(30.0F, 0.0F, 0.0F);
+    EXPECT_THAT(callback_->Reports(), ElementsAre(IsReport(6, 1)));
     EXPECT_THAT(second->Reports(), IsEmpty());
-    EXPECT_EQ(manager_->Disable(3), 0);
-    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 0);
+    EXPECT_EQ(manager_->Disable(6), 0);
 }
 
-TEST_F(MotionAlgoManagerTest, SharedSensorStaysSubscribedUntilItsLastUserIsDisabled)
-{
-    LogCapture log;
-    ASSERT_EQ(manager_->Enable(3), 0);
-    ASSERT_EQ(manager_->Enable(2), 0);
-    EXPECT_TRUE(log.Contains(kTag, "in EnableSensorType, The sensor:1 has been subscribed"));
-    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 1);
-    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kProx), 1);
-
-    ASSERT_EQ(manager_->Disable(3), 0);
-    EXPECT_TRUE(log.Contains(kTag,
-                             "in DisableSensorType, Exist active algo, can not unregister sensor",
-                             LOG_LEVEL_ERROR));
-    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 1);
-
-    ASSERT_EQ(manager_->Disable(2), 0);
-    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 0);
-    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kProx), 0);
-    EXPECT_TRUE(manager_->CheckActiveAlgo());
-}
-
-TEST_F(MotionAlgoManagerTest, PocketNearEarAndFlipShareSensorsInAnyDisableOrder)
+// Flip, near-ear and pocket share the accelerometer; the last two the proximity sensor.
+TEST_F(MotionAlgoManagerTest, SharedSensorsStaySubscribedUntilTheirLastUserIsDisabled)
 {
     for (int type : {3, 2, 7}) {
         ASSERT_EQ(manager_->Enable(type), 0);
     }
+    EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 1);
     EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kLight), 1);
     ASSERT_EQ(manager_->Disable(2), 0);
     EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kProx), 1);  // pocket still uses it
@@ -112,27 +82,16 @@ TEST_F(MotionAlgoManagerTest, PocketNearEarAndFlipShareSensorsInAnyDisableOrder)
     EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 1);  // flip still uses it
     ASSERT_EQ(manager_->Disable(3), 0);
     EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 0);
-}
-
-TEST_F(MotionAlgoManagerTest, UnknownTypesFailToEnable)
-{
-    LogCapture log;
-    EXPECT_EQ(manager_->Enable(1), -1);
-    EXPECT_EQ(manager_->Enable(99), -1);
-    EXPECT_THAT(log.Messages(kTag),
-                testing::IsSupersetOf({"in Enable, Found device motion type",
-                                       "in EnableSensorType, Failed to find the type object",
-                                       "in Enable, Failed to enable sensor"}));
     EXPECT_TRUE(manager_->CheckActiveAlgo());
 }
 
-TEST_F(MotionAlgoManagerTest, DisableWithoutEnableSucceedsAfterAnErrorLine)
+TEST_F(MotionAlgoManagerTest, UnknownTypesFailAndDisablingWhatIsOffSucceeds)
 {
-    LogCapture log;
+    EXPECT_EQ(manager_->Enable(1), -1);
+    EXPECT_EQ(manager_->Enable(99), -1);
+    EXPECT_TRUE(manager_->CheckActiveAlgo());
     EXPECT_EQ(manager_->Disable(3), 0);
-    EXPECT_TRUE(log.Contains(
-        kTag, "in DisableSensorType, The sensor is not supported by system, no need unregister",
-        LOG_LEVEL_ERROR));
+    EXPECT_EQ(manager_->Disable(11), -1);  // no gesture pipeline yet
 }
 
 TEST_F(MotionAlgoManagerTest, EnablingTwiceCountsTwiceAndOneDisableUnsubscribes)
@@ -147,12 +106,10 @@ TEST_F(MotionAlgoManagerTest, EnablingTwiceCountsTwiceAndOneDisableUnsubscribes)
     EXPECT_TRUE(manager_->CheckActiveAlgo());
 }
 
-TEST_F(MotionAlgoManagerTest, PlatformFailuresAreLoggedAndNotRolledBack)
+TEST_F(MotionAlgoManagerTest, PlatformFailuresAreNotRolledBack)
 {
-    LogCapture log;
     HostPlatform::SetDeviceSensors({1, 5});
-    EXPECT_EQ(manager_->Enable(2), -1);  // proximity is missing
-    EXPECT_TRUE(log.Contains(kTag, "in EnableSensorType, The sensor is not supported by system"));
+    EXPECT_EQ(manager_->Enable(2), -1);                       // proximity is missing
     EXPECT_EQ(HostPlatform::ActiveSubscriberCount(kAcc), 1);  // handled before the failure
     EXPECT_TRUE(manager_->CheckActiveAlgo());
 
@@ -162,18 +119,6 @@ TEST_F(MotionAlgoManagerTest, PlatformFailuresAreLoggedAndNotRolledBack)
 
     HostPlatform::Fail(SensorCall::DEACTIVATE_SENSOR, std::nullopt);
     EXPECT_EQ(manager_->Disable(4), -1);
-    EXPECT_TRUE(log.Contains("SensorConnection", "in UnregisterSensor, DeactivateSensor failed"));
-    EXPECT_TRUE(log.Contains(kTag, "in DisableSensorType, Failed to unregister"));
-    EXPECT_TRUE(log.Contains(kTag, "in Disable, Failed to disable sensor channel"));
-}
-
-TEST_F(MotionAlgoManagerTest, GetAllSensorsFailureMeansUnsupported)
-{
-    HostPlatform::Fail(SensorCall::GET_ALL_SENSORS, std::nullopt);
-    LogCapture log;
-    EXPECT_EQ(manager_->Enable(3), -1);
-    EXPECT_TRUE(
-        log.Contains("SensorConnection", "in IsSupportedSensor, Failed to get all sensors"));
 }
 
 TEST_F(MotionAlgoManagerTest, GesturePipelineStaysUpOnceEnabled)
@@ -186,32 +131,6 @@ TEST_F(MotionAlgoManagerTest, GesturePipelineStaysUpOnceEnabled)
     ASSERT_EQ(manager_->Disable(12), 0);
     EXPECT_EQ(HostPlatform::InstalledMonitorCount(), 1);
     EXPECT_FALSE(manager_->CheckActiveAlgo());  // the deliberate double decrement
-
-    // Gestures are still recognised: a swipe in from the left edge.
-    HostPlatform::InjectTouch(2, 0, 50, 1000, {0});
-    HostPlatform::InjectTouch(3, 0, 90, 1000, {0});
-    HostPlatform::InjectTouch(3, 0, 200, 1000, {0});
-    HostPlatform::InjectTouch(4, 0, 200, 1000, {0});
-    ASSERT_TRUE(HostPlatform::WaitIdle());
-    EXPECT_THAT(callback_->Reports(),
-                ElementsAre(IsReport(10, 1), testing::AllOf(IsReport(10, 2), WithStatus(3))));
-}
-
-TEST_F(MotionAlgoManagerTest, GestureDisableWithoutPipelineFails)
-{
-    LogCapture log;
-    EXPECT_EQ(manager_->Disable(11), -1);
-    EXPECT_TRUE(log.Contains(kTag, "in DisableGesture, pointer_ is nullptr"));
-    EXPECT_TRUE(log.Contains(kTag, "in Disable, Failed to disable gesture"));
-}
-
-TEST_F(MotionAlgoManagerTest, IllegalMonitorIdFailsTheGestureAndIsRetried)
-{
-    HostPlatform::SetMonitorId(-2);
-    EXPECT_EQ(manager_->Enable(10), -1);
-    EXPECT_TRUE(manager_->CheckActiveAlgo());
-    HostPlatform::SetMonitorId(-1);  // any other id counts as installed
-    EXPECT_EQ(manager_->Enable(10), 0);
 }
 
 TEST_F(MotionAlgoManagerTest, DestroyWithoutDisableLeavesNothingCallingIn)
@@ -229,9 +148,7 @@ TEST_F(MotionAlgoManagerTest, UnregisteredCallbackIsNotHandedToLaterTypes)
 {
     manager_->UnregisterCallback();
     ASSERT_EQ(manager_->Enable(6), 0);
-    LogCapture log;
     Acc(30.0F, 0.0F, 0.0F);
-    EXPECT_TRUE(log.Contains("AlgoPlugin", "in Report, callback is nullptr"));
     EXPECT_THAT(callback_->Reports(), IsEmpty());
     manager_->Disable(6);
 }

@@ -43,6 +43,10 @@ class TestFiles:
         done = run(os.path.join(EXAMPLES, trace), "-o", str(out), replay=replay_program())
         assert done.returncode == 0, done.stderr
         assert out.read_bytes().startswith(magic)
+        # It takes seconds: each step is told, and where the figure went.
+        steps = [line.split(" ")[1] for line in done.stderr.splitlines()]
+        assert steps == ["reading", "replaying", "drawing", "wrote"]
+        assert f"quil-plot: wrote {out} (" in done.stderr
 
     def test_default_output_is_the_trace_name_in_the_current_directory(self, tmp_path):
         env = dict(os.environ, QUIL_REPLAY=replay_program(), PYTHONDONTWRITEBYTECODE="1")

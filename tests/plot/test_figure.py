@@ -5,7 +5,7 @@ import tempfile
 import pytest
 
 from conftest import replay_program, trace_of
-from quil_plot.figure import draw, spread
+from quil_plot.figure import AXIS_COLOURS, draw, spread
 from quil_plot.replay import CallResult, Report
 
 
@@ -66,6 +66,20 @@ class TestPanels:
         assert any(label.startswith("touch y") for label in shown)
         assert any("1344\u00d72772" in ax.get_title() for ax in fig.axes)
         assert "acceleration" not in " ".join(shown)
+        assert not any("guessed" in text for text in shown + [ax.get_title() for ax in fig.axes])
+
+    def test_touches_scaled_from_guessed_axes_are_marked(self):
+        fig = figure_of(
+            "# x.txt: getevent, X 0..9, Y 0..9 from the largest values seen (touch axes guessed)\n"
+            "@0 touch down 0 40 1500 0\n@16 touch up 0 40 1500 0\n", [], [])
+        assert texts(fig).count("touch axes guessed (largest values seen)") == 2  # x and y
+        assert any("touch axes guessed" in ax.get_title() for ax in fig.axes)
+
+    def test_the_magnitude_is_drawn_above_z(self):
+        fig = figure_of("@0 acc 0 0 9.8\n@100 acc 0 0 9.8\n", [], [])
+        ax = next(ax for ax in fig.axes if ax.get_ylabel().startswith("acceleration"))
+        by_colour = {line.get_color(): line for line in ax.get_lines()}
+        assert by_colour[AXIS_COLOURS["|a|"]].get_zorder() > by_colour[AXIS_COLOURS["z"]].get_zorder()
 
     def test_long_and_unstamped_traces_change_the_time_unit(self):
         long = figure_of("@0 acc 0 0 9.8\n@60000 acc 0 0 9.8\n", [], [])
@@ -92,6 +106,25 @@ class TestPanels:
         fig = figure_of("# cost $\\frac{a}{$ here\nenable 3\n", [], [CallResult(0, "enable", 3, 0)])
         assert any("cost $\\frac{a}{$ here" in text for text in texts(fig))
         fig.savefig(io.BytesIO(), format="svg")
+
+class TestTitle:
+    def test_the_path_and_leading_comments_on_one_line(self):
+        trace = trace_of_text("# " + "word " * 200 + "\nenable 3\n")
+        title = draw(trace, [], []).texts[0].get_text()
+        assert "\n" not in title
+        assert title.startswith(trace.path + " \u2014 word word") and title.endswith("\u2026")
+        assert len(title) < 200
+
+    def test_a_long_path_is_cut_to_the_line(self):
+        trace = trace_of_text("enable 3\n")
+        trace.path = "/" + "d" * 300 + "/x.trace"
+        title = draw(trace, [], []).texts[0].get_text()
+        assert title.startswith("/ddd") and title.endswith("\u2026") and len(title) < 250
+
+    def test_a_given_title_replaces_them(self):
+        trace = trace_of_text("# from the trace\nenable 3\n")
+        assert draw(trace, [], [], title="mine").texts[0].get_text() == "mine"
+
 
 class TestSpread:
     def test_close_labels_are_pushed_apart_in_order(self):

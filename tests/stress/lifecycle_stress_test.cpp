@@ -67,24 +67,6 @@ protected:
     void TearDown() override { HostPlatform::Reset(); }
 };
 
-TEST_F(LifecycleStress, DestroyWithoutDisableWhileSamplesArrive)
-{
-    LoadedPlugin plugin;
-    Feeder feeder(2);
-    for (int cycle = 0; cycle < 300; ++cycle) {
-        IMotionAlgo* algo = plugin.Create();
-        ASSERT_NE(algo, nullptr);
-        algo->RegisterCallback(std::make_shared<HookCallback>());
-        for (int type : kSensorTypes) {
-            ASSERT_EQ(algo->Enable(type), 0);
-        }
-        std::this_thread::yield();
-        plugin.Destroy(algo);
-        // Before Destroy returns, the platform is as the object found it.
-        ASSERT_EQ(HostPlatform::SubscriptionCount(), 0) << "cycle " << cycle;
-    }
-}
-
 TEST_F(LifecycleStress, UnloadAfterDestroyWithoutDisableUnderLoad)
 {
     Feeder feeder(1, true);

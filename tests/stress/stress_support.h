@@ -72,11 +72,6 @@ public:
         }
         return 0;
     }
-    std::vector<MotionData> Reports() const
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return reports_;
-    }
     size_t CountOf(int type) const
     {
         std::lock_guard<std::mutex> lock(mutex_);

@@ -67,6 +67,7 @@ public:
     // The output so far, while the child runs.
     std::string Out() const { return Read(dir_ + "/out"); }
     std::string Err() const { return Read(dir_ + "/err"); }
+    pid_t Pid() const { return pid_; }
 
     ChildResult Wait(int timeoutMs = 20000)
     {

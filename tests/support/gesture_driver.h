@@ -43,6 +43,7 @@ public:
     size_t StoreSize() const { return Data().pointerEvents.size(); }
     std::vector<MotionData> Reports() const { return callback_->Reports(); }
     static const MotionData& Report() { return AlgoGestureState::GetReportInfo(); }
+    AlgoStateManager& Manager() { return manager_; }
 
 private:
     struct Resetter : AlgoGestureState {};

@@ -24,18 +24,6 @@ std::vector<Host::LogLine> LogCapture::Lines() const
     return lines_;
 }
 
-std::vector<std::string> LogCapture::Messages(const std::string& tag) const
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    std::vector<std::string> messages;
-    for (const auto& line : lines_) {
-        if (line.tag == tag) {
-            messages.push_back(line.message);
-        }
-    }
-    return messages;
-}
-
 bool LogCapture::Contains(const std::string& tag, const std::string& message, int level) const
 {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -55,12 +43,6 @@ int LogCapture::Count(const std::string& tag, const std::string& message) const
         count += (line.tag == tag && line.message == message) ? 1 : 0;
     }
     return count;
-}
-
-void LogCapture::Clear()
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    lines_.clear();
 }
 
 }  // namespace Tarvo::Quil::Test

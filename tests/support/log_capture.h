@@ -18,13 +18,10 @@ public:
     LogCapture& operator=(const LogCapture&) = delete;
 
     std::vector<Host::LogLine> Lines() const;
-    // Messages written under `tag`, in order.
-    std::vector<std::string> Messages(const std::string& tag) const;
     // Whether `message` was written under `tag` at `level` (any level when 0).
     bool Contains(const std::string& tag, const std::string& message, int level = 0) const;
     // Lines written with `message` under `tag`.
     int Count(const std::string& tag, const std::string& message) const;
-    void Clear();
 
 private:
     mutable std::mutex mutex_;

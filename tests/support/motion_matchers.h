@@ -33,11 +33,6 @@ MATCHER_P(WithAction, action, "with action " + testing::PrintToString(action))
     return arg.action == action;
 }
 
-MATCHER_P(WithDirection, direction, "with direction " + testing::PrintToString(direction))
-{
-    return arg.direction == direction;
-}
-
 MATCHER_P(WithRotateAction, rotateAction,
           "with rotateAction " + testing::PrintToString(rotateAction))
 {

@@ -23,12 +23,6 @@ public:
         return reports_;
     }
 
-    void Clear()
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        reports_.clear();
-    }
-
     // What OnMotionChanged answers from now on (0 accepts).
     void SetReturnValue(int value)
     {

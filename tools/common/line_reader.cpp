@@ -6,7 +6,23 @@
 
 namespace Tarvo::Tools {
 namespace {
+
 constexpr size_t kBlock = 64 * 1024;
+
+// What has come of a stream, up to and with the next newline: a read never waits for more
+// than the line it is in.
+size_t ReadLineOrLess(std::FILE* file, char* into, size_t room)
+{
+    size_t got = 0;
+    for (int c = 0; got < room && (c = std::getc(file)) != EOF;) {
+        into[got++] = static_cast<char>(c);
+        if (c == '\n') {
+            break;
+        }
+    }
+    return got;
+}
+
 }  // namespace
 
 std::string LineTooLong()
@@ -58,7 +74,9 @@ bool LineReader::Next(std::string_view& line, std::string& error)
         if (buffer_.size() < end_ + kBlock) {
             buffer_.resize(end_ + kBlock);
         }
-        const size_t got = std::fread(buffer_.data() + end_, 1, buffer_.size() - end_, file_);
+        const size_t room = buffer_.size() - end_;
+        const size_t got = streaming_ ? ReadLineOrLess(file_, buffer_.data() + end_, room)
+                                      : std::fread(buffer_.data() + end_, 1, room, file_);
         end_ += got;
         if (got == 0) {
             // stdio rather than streams: reading a directory or a failing device is an

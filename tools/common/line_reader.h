@@ -23,6 +23,10 @@ public:
     // until the next call. False at the end (`error` empty) or on a problem (`error`).
     bool Next(std::string_view& line, std::string& error);
 
+    // The file is a stream that is being written (a FIFO): each line is handed out as
+    // soon as it has come, not when a whole block has.
+    void SetStreaming() { streaming_ = true; }
+
     // Lines read so far: the number of the last one handed out.
     int Line() const { return line_; }
     const std::string& Name() const { return name_; }
@@ -37,6 +41,7 @@ private:
     size_t begin_ = 0;  // the unread part of buffer_ is [begin_, end_)
     size_t end_ = 0;
     bool atEnd_ = false;
+    bool streaming_ = false;
 };
 
 // The problem text for a line over the bound.

@@ -29,6 +29,18 @@ void OptionParser::Value(const std::string& name, const std::string& what, Sette
     options_.push_back(std::move(option));
 }
 
+void OptionParser::Path(const std::string& name, std::string& target)
+{
+    Value(name, "a path", [&target](const std::string& value, std::string& problem) {
+        if (value.empty()) {
+            problem = "path '' is empty";
+            return false;
+        }
+        target = value;
+        return true;
+    });
+}
+
 void OptionParser::OptionalValue(
     const std::string& name,
     std::function<bool(const std::optional<std::string>&, std::string&)> set)

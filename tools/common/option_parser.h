@@ -24,6 +24,8 @@ public:
     void Flag(const std::string& name, bool& target);
     // `what` names the value when it is missing: "--log needs a level".
     void Value(const std::string& name, const std::string& what, Setter set);
+    // A path, which may not be empty: "--record needs a path", "path '' is empty".
+    void Path(const std::string& name, std::string& target);
     // The value may be left out, and is then nullopt; it is only given with "=".
     void OptionalValue(
         const std::string& name,

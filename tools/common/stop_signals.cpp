@@ -2,6 +2,8 @@
 
 #include <pthread.h>
 #include <signal.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <thread>
@@ -39,6 +41,7 @@ StopSignals& StopSignals::Install()
         const sigset_t set = StopSet();
         pthread_sigmask(SIG_BLOCK, &set, nullptr);
         auto* made = new StopSignals;
+        made->fd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
         std::thread([made] { made->Watch(); }).detach();
         return made;
     }();
@@ -47,6 +50,8 @@ StopSignals& StopSignals::Install()
 
 void StopSignals::Watch()
 {
+    // Named, so that a program's threads can be told apart (top -H, /proc).
+    pthread_setname_np(pthread_self(), "stop-signals");
     const sigset_t set = StopSet();
     for (;;) {
         int signal = 0;
@@ -61,6 +66,8 @@ void StopSignals::Watch()
             requested_.store(true);
         }
         asked_.notify_all();
+        const uint64_t one = 1;
+        [[maybe_unused]] const ssize_t written = write(fd_, &one, sizeof(one));
     }
 }
 

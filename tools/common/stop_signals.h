@@ -21,6 +21,8 @@ public:
     // Until a stop is asked for, or `seconds` have passed (0: no limit). True when asked.
     bool Wait(double seconds);
     bool Requested() const { return requested_.load(); }
+    // Readable once a stop has been asked for, for a program that waits in poll().
+    int Fd() const { return fd_; }
 
 private:
     StopSignals() = default;
@@ -30,6 +32,7 @@ private:
     std::condition_variable asked_;
     std::atomic<bool> armed_{false};
     std::atomic<bool> requested_{false};
+    int fd_ = -1;  // an eventfd, never closed
 };
 
 }  // namespace Tarvo::Tools

@@ -51,6 +51,9 @@ public:
     // converted, which is a third of reading a sample line.
     void CheckOnly() { checkOnly_ = true; }
 
+    // The file is being written as it is read (a FIFO): see LineReader::SetStreaming.
+    void SetStreaming() { reader_.SetStreaming(); }
+
     // Lines read so far.
     int Lines() const { return reader_.Line(); }
     // The comment lines the file starts with, each without its # and outer blanks, joined

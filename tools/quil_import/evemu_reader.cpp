@@ -148,8 +148,8 @@ void EvemuReader::TakeComment(const std::string& text)
                commentCode_ >= 0 && commentCode_ <= 0xff &&
                commentMin_ >= std::numeric_limits<int32_t>::min() &&
                value <= std::numeric_limits<int32_t>::max()) {
-        onAxis_("", static_cast<uint16_t>(commentCode_), static_cast<int32_t>(commentMin_),
-                static_cast<int32_t>(value));
+        onAxis_("", RawAxis{static_cast<uint16_t>(commentCode_), static_cast<int32_t>(commentMin_),
+                            static_cast<int32_t>(value), 0});
         haveCommentMin_ = false;
     }
 }
@@ -164,7 +164,15 @@ bool EvemuReader::TakeAxis(const std::vector<std::string>& fields, const std::st
         min < std::numeric_limits<int32_t>::min() || max > std::numeric_limits<int32_t>::max()) {
         return Fail("axis line needs CODE MIN MAX: " + Tools::Quote(line));
     }
-    onAxis_("", static_cast<uint16_t>(code), static_cast<int32_t>(min), static_cast<int32_t>(max));
+    // "A: CODE MIN MAX FUZZ FLAT RESOLUTION"; older evemu versions leave out the
+    // resolution, and one that does not read is taken as unknown.
+    long long resolution = 0;
+    if (fields.size() < 6 || !ParseInt(fields[5], 10, resolution) || resolution < 0 ||
+        resolution > std::numeric_limits<int32_t>::max()) {
+        resolution = 0;
+    }
+    onAxis_("", RawAxis{static_cast<uint16_t>(code), static_cast<int32_t>(min),
+                        static_cast<int32_t>(max), static_cast<int32_t>(resolution)});
     return true;
 }
 

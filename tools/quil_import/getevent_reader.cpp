@@ -70,8 +70,9 @@ std::vector<std::string> Words(const std::string& text)
     return words;
 }
 
-// "ABS_MT_POSITION_X : value 0, min 0, max 1079, fuzz 0, ..." -> the code, min and max.
-bool ParseAxisLine(const std::string& text, int& code, int32_t& min, int32_t& max)
+// "ABS_MT_POSITION_X : value 0, min 0, max 1079, fuzz 0, flat 0, resolution 0" -> the
+// axis (a resolution that is missing or does not read is unknown, 0).
+bool ParseAxisLine(const std::string& text, RawAxis& axis)
 {
     const size_t colon = text.find(" : value");
     const size_t atMin = text.find("min ");
@@ -83,15 +84,23 @@ bool ParseAxisLine(const std::string& text, int& code, int32_t& min, int32_t& ma
     if (head.empty()) {
         return false;
     }
-    code = CodeOf(EV_ABS, head.back());
+    const int code = CodeOf(EV_ABS, head.back());
     const long long lo = std::strtoll(text.c_str() + atMin + 4, nullptr, 10);
     const long long hi = std::strtoll(text.c_str() + atMax + 4, nullptr, 10);
     if (code < 0 || lo < std::numeric_limits<int32_t>::min() ||
         hi > std::numeric_limits<int32_t>::max()) {
         return false;
     }
-    min = static_cast<int32_t>(lo);
-    max = static_cast<int32_t>(hi);
+    const size_t atResolution = text.find("resolution ");
+    const long long resolution = atResolution == std::string::npos
+                                     ? 0
+                                     : std::strtoll(text.c_str() + atResolution + 11, nullptr, 10);
+    axis.code = static_cast<uint16_t>(code);
+    axis.min = static_cast<int32_t>(lo);
+    axis.max = static_cast<int32_t>(hi);
+    axis.resolution = resolution > 0 && resolution <= std::numeric_limits<int32_t>::max()
+                          ? static_cast<int32_t>(resolution)
+                          : 0;
     return true;
 }
 
@@ -167,12 +176,10 @@ void GeteventReader::TakeDescription(const std::string& line)
     } else if (line.find(':') != std::string::npos && line.find(" : value") == std::string::npos) {
         inAbs_ = false;  // "name:", "input props:", "location:" ...
     }
-    int code = 0;
-    int32_t min = 0;
-    int32_t max = 0;
-    if (inAbs_ && ParseAxisLine(line.substr(section == std::string::npos ? 0 : section + 3), code,
-                                min, max)) {
-        onAxis_(blockDevice_, static_cast<uint16_t>(code), min, max);
+    RawAxis axis;
+    if (inAbs_ &&
+        ParseAxisLine(line.substr(section == std::string::npos ? 0 : section + 3), axis)) {
+        onAxis_(blockDevice_, axis);
     }
 }
 

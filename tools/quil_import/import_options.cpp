@@ -18,17 +18,22 @@ const char* ImportOptions::Usage()
            "\n"
            "options:\n"
            "  --format csv|evemu|getevent  the files' format (default: from the content)\n"
-           "  --time s|ms|us|ns     CSV time unit (default: header suffix or stamp spacing)\n"
-           "  --units g|ms2         CSV acceleration unit (default: header or magnitude)\n"
-           "  --interval-ms N       sensor delivery interval (default 100)\n"
-           "  --display WxH         display size in pixels (default 1344x2772)\n"
-           "  --rotate 90|180|270   turn a landscape panel onto the portrait display\n"
-           "  --enable T[,T...]     motion types enabled at the start (default: every\n"
-           "                        device motion for sensor logs, every gesture for touch)\n"
-           "  --axes XMAX,YMAX      touch axis maxima when the recording does not give them\n"
-           "                        (default: the largest values seen, with a warning)\n"
-           "  --help                show this help\n"
-           "  --version             show the version\n"
+           "  --time s|ms|us|ns       CSV time unit (default: header suffix or stamp spacing)\n"
+           "  --units g|ms2           CSV acceleration unit (default: header or magnitude)\n"
+           "  --interval-ms N         sensor delivery interval (default 100)\n"
+           "  --display WxH           display size in pixels (default 1344x2772)\n"
+           "  --rotate 0|90|180|270   turn the panel clockwise onto the display (90: its\n"
+           "                          left edge to the top); a landscape panel on a\n"
+           "                          portrait display is warned about, with the turn\n"
+           "  --enable T[,T...]       motion types enabled at the start, by number or name\n"
+           "                          (default: every device motion for sensor logs, every\n"
+           "                          gesture for touch recordings)\n"
+           "  --axes XMAX,YMAX        touch axis maxima, used instead of the recording's\n"
+           "                          ranges; needed when it gives none (getevent without -p)\n"
+           "  --guess-axes            without ranges, take the largest values seen (a touch\n"
+           "                          there lands on the display's last pixel)\n"
+           "  --help                  show this help\n"
+           "  --version               show the version\n"
            "\n"
            "exit status: 0 when the trace was written, 2 for a usage error or a file it\n"
            "cannot read (nothing is written), 1 for any other failure.\n";
@@ -118,6 +123,7 @@ bool ImportOptions::Parse(const std::vector<std::string>& args, ImportOptions& o
     parser.Value("--rotate", "an angle", set(ParseRotation, options.rotate));
     parser.Value("--enable", "motion types", set(ParseEnable, options.enable));
     parser.Value("--axes", "XMAX,YMAX", set(ParseAxes, options.axes));
+    parser.Flag("--guess-axes", options.guessAxes);
     if (!parser.Parse(args, error)) {
         return false;
     }
@@ -158,6 +164,9 @@ std::string ImportOptions::Describe() const
     }
     if (axes) {
         text += " --axes " + std::to_string(axes->first) + "," + std::to_string(axes->second);
+    }
+    if (guessAxes) {
+        text += " --guess-axes";
     }
     return text.empty() ? text : text.substr(1);
 }

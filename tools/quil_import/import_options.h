@@ -22,6 +22,7 @@ struct ImportOptions {
     int rotate = 0;
     std::optional<std::vector<int32_t>> enable;
     std::optional<std::pair<int32_t, int32_t>> axes;  // XMAX, YMAX
+    bool guessAxes = false;  // without ranges, scale from the largest values seen
     bool help = false;
     bool version = false;
     std::vector<std::string> files;

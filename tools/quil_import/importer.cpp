@@ -3,6 +3,7 @@
 #include <linux/input-event-codes.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <memory>
 #include <set>
 #include <vector>
@@ -71,6 +72,19 @@ bool Importer::Run(std::string& error)
                               ? options_.format
                               : Detect(inputs.back()->Head(kDetectBytes)));
     }
+    if (!CheckOptions(formats, error)) {
+        return false;
+    }
+    // Touch recordings are surveyed first, so that the header says how each is read
+    // and a recording that cannot be scaled stops the import before anything is written.
+    std::vector<EventPlan> plans(options_.files.size());
+    std::vector<std::string> notes;
+    for (size_t i = 0; i < options_.files.size(); ++i) {
+        if (formats[i] != Format::CSV &&
+            !PlanEvents(*inputs[i], formats[i], plans[i], notes, error)) {
+            return false;
+        }
+    }
 
     writer_.Comment("imported by quil-import from " + [this] {
         std::string names;
@@ -80,6 +94,9 @@ bool Importer::Run(std::string& error)
         return names;
     }());
     writer_.Comment("options: " + options_.Describe());
+    for (const std::string& note : notes) {
+        writer_.Comment(note);
+    }
     std::vector<int32_t> enable;
     if (options_.enable) {
         enable = *options_.enable;
@@ -100,7 +117,9 @@ bool Importer::Run(std::string& error)
 
     for (size_t i = 0; i < options_.files.size(); ++i) {
         const bool ok = formats[i] == Format::CSV ? ImportCsv(*inputs[i], error)
-                                                  : ImportEvents(*inputs[i], formats[i], error);
+                        : plans[i].device ? DecodeTouches(*inputs[i], formats[i], *plans[i].device,
+                                                          plans[i].axes, error)
+                                          : true;
         if (!ok) {
             return false;
         }
@@ -112,6 +131,29 @@ bool Importer::Run(std::string& error)
     }
     if (!writer_.Ok()) {
         error = "cannot write the trace";
+        return false;
+    }
+    return true;
+}
+
+bool Importer::CheckOptions(const std::vector<Format>& formats, std::string& error) const
+{
+    const bool csv = std::count(formats.begin(), formats.end(), Format::CSV) > 0;
+    const bool touches = std::count(formats.begin(), formats.end(), Format::CSV) <
+                         static_cast<std::ptrdiff_t>(formats.size());
+    const char* touchOption = options_.rotate != 0 ? "--rotate"
+                              : options_.axes      ? "--axes"
+                              : options_.guessAxes ? "--guess-axes"
+                                                   : nullptr;
+    if (!touches && touchOption != nullptr) {
+        error = std::string(touchOption) +
+                " applies to touch recordings, and every file given is a sensor log (CSV)";
+        return false;
+    }
+    const char* csvOption = options_.time ? "--time" : options_.units ? "--units" : nullptr;
+    if (!csv && csvOption != nullptr) {
+        error = std::string(csvOption) +
+                " applies to sensor logs (CSV), and every file given is a touch recording";
         return false;
     }
     return true;
@@ -200,8 +242,8 @@ bool Importer::Survey(Tools::InputFile& input, Format format, EventSurvey& surve
     // seen, and that every line reads.
     return ReadEvents(
         input, format,
-        [&survey](const std::string& device, uint16_t code, int32_t min, int32_t max) {
-            survey.declared[device].ranges[code] = {min, max};
+        [&survey](const std::string& device, const RawAxis& axis) {
+            survey.declared[device].ranges[axis.code] = {{axis.min, axis.max}, axis.resolution};
         },
         [&survey](const std::string& device, const RawEvent& e) {
             ++survey.events;
@@ -223,11 +265,12 @@ bool Importer::Survey(Tools::InputFile& input, Format format, EventSurvey& surve
         error);
 }
 
-Importer::TouchAxes Importer::ChooseAxes(const EventSurvey& survey, const std::string& path)
+bool Importer::ChooseAxes(const EventSurvey& survey, const std::string& path, Format format,
+                          TouchAxes& chosen, std::string& error)
 {
-    // The recording's own ranges (for its touch device, or the only described device
-    // with touch axes), then an earlier description, then --axes, then the largest
-    // values seen.
+    // --axes, then the recording's own ranges (for its touch device, or the only
+    // described device with touch axes), then an earlier description, then, when asked
+    // for, the largest values seen.
     const std::string& device = *survey.touchDevice;
     const Axes* own = nullptr;
     if (survey.declared.count(device) != 0) {
@@ -243,7 +286,6 @@ Importer::TouchAxes Importer::ChooseAxes(const EventSurvey& survey, const std::s
     const bool multiTouch = survey.largest.count(device) != 0;
     const uint16_t codeX = multiTouch ? ABS_MT_POSITION_X : ABS_X;
     const uint16_t codeY = multiTouch ? ABS_MT_POSITION_Y : ABS_Y;
-    TouchAxes chosen;
     for (const Axes* axes : {own, static_cast<const Axes*>(&description_)}) {
         if (axes != nullptr && axes->ranges.count(codeX) != 0 && axes->ranges.count(codeY) != 0) {
             chosen.x = axes->ranges.at(codeX);
@@ -252,37 +294,109 @@ Importer::TouchAxes Importer::ChooseAxes(const EventSurvey& survey, const std::s
             break;
         }
     }
-    if (chosen.from.empty() && options_.axes) {
-        chosen.x = Input::AxisRange{0, options_.axes->first};
-        chosen.y = Input::AxisRange{0, options_.axes->second};
+    if (options_.axes) {
+        // Asked for explicitly, so it wins; what it replaces is said.
+        const std::string replaced =
+            chosen.from.empty()
+                ? ""
+                : chosen.from + "'s X " + Range(chosen.x.range) + ", Y " + Range(chosen.y.range);
+        chosen.x = Axis{Input::AxisRange{0, options_.axes->first}, 0};
+        chosen.y = Axis{Input::AxisRange{0, options_.axes->second}, 0};
         chosen.from = "--axes";
+        if (!replaced.empty()) {
+            chosen.from += ", not " + replaced;
+            Warn(path + ": scaling X " + Range(chosen.x.range) + " and Y " + Range(chosen.y.range) +
+                 " (--axes) to the display, not " + replaced);
+        }
     }
     if (chosen.from.empty()) {
-        const auto big = (multiTouch ? survey.largest : survey.largestSingle).at(device);
-        chosen.x = Input::AxisRange{0, big.first};
-        chosen.y = Input::AxisRange{0, big.second};
-        chosen.from = "the largest values seen";
-        Warn(path + ": no axis ranges; scaling X 0.." + std::to_string(big.first) + " and Y 0.." +
-             std::to_string(big.second) +
-             " (the largest values seen) to the display; give --axes XMAX,YMAX");
+        const auto& largest = multiTouch ? survey.largest : survey.largestSingle;
+        const auto found = largest.find(device);
+        const std::pair<int32_t, int32_t> big =
+            found != largest.end() ? found->second : std::make_pair(0, 0);
+        if (big.first <= 0 && big.second <= 0) {
+            error = path + ": no usable touch event (no touch position in it)";
+            return false;
+        }
+        const std::string seen =
+            "X 0.." + std::to_string(big.first) + ", Y 0.." + std::to_string(big.second);
+        if (!options_.guessAxes) {
+            error = path + ": no touch axis ranges in the recording" +
+                    (format == Format::GETEVENT ? " (a getevent dump without its -p block)" : "") +
+                    ": give --axes XMAX,YMAX (getevent -p on the device shows them), or "
+                    "--guess-axes to take the largest values seen (" +
+                    seen + ")";
+            return false;
+        }
+        chosen.x = Axis{Input::AxisRange{0, big.first}, 0};
+        chosen.y = Axis{Input::AxisRange{0, big.second}, 0};
+        chosen.from = "the largest values seen (touch axes guessed)";
+        chosen.guessed = true;
+        Warn(path + ": touch axes guessed: " + seen +
+             ", the largest values seen, are scaled to the display; touches at those values "
+             "land on its last row and column, in the edge zones");
     }
     for (const Axes* axes : {own, static_cast<const Axes*>(&description_)}) {
         if (axes != nullptr && axes->ranges.count(ABS_MT_SLOT) != 0) {
             // In 64 bits: a declared maximum may be anything up to INT32_MAX.
-            chosen.slots =
-                static_cast<int>(std::clamp<int64_t>(int64_t{axes->ranges.at(ABS_MT_SLOT).max} + 1,
-                                                     1, Input::MultiTouchDecoder::kMaxSlots));
+            chosen.slots = static_cast<int>(
+                std::clamp<int64_t>(int64_t{axes->ranges.at(ABS_MT_SLOT).range.max} + 1, 1,
+                                    Input::MultiTouchDecoder::kMaxSlots));
             break;
         }
     }
-    return chosen;
+    return true;
+}
+
+void Importer::CheckOrientation(const std::string& path, const TouchAxes& axes,
+                                std::vector<std::string>& notes)
+{
+    if (axes.guessed) {
+        return;  // the largest values seen tell nothing of the panel's shape
+    }
+    // The panel's shape in millimetres where both resolutions are known, else in units,
+    // then as it lies on the display.
+    const bool physical = axes.x.resolution > 0 && axes.y.resolution > 0;
+    const double across = (static_cast<double>(axes.x.range.max) - axes.x.range.min) /
+                          (physical ? axes.x.resolution : 1);
+    const double down = (static_cast<double>(axes.y.range.max) - axes.y.range.min) /
+                        (physical ? axes.y.resolution : 1);
+    const bool turned = options_.rotate == 90 || options_.rotate == 270;
+    constexpr double kSquare = 1.1;  // a longer side within a tenth of the other: square
+    const auto longer = [](double a, double b) { return a > b * kSquare; };
+    const bool landscape = turned ? longer(down, across) : longer(across, down);
+    const bool portrait = turned ? longer(across, down) : longer(down, across);
+    const bool displayLandscape = longer(options_.width, options_.height);
+    const bool displayPortrait = longer(options_.height, options_.width);
+    if (!(landscape && displayPortrait) && !(portrait && displayLandscape)) {
+        return;
+    }
+    std::string shape = "X " + Range(axes.x.range) + ", Y " + Range(axes.y.range);
+    if (physical) {
+        char size[64];
+        std::snprintf(size, sizeof(size), ", %.0f x %.0f mm", across, down);
+        shape += size;
+    }
+    const int turn = (options_.rotate + 90) % 180;
+    const std::string note =
+        path + ": " +
+        (options_.rotate != 0 ? "turned by --rotate " + std::to_string(options_.rotate) + ", "
+                              : "") +
+        "the panel is " + (landscape ? "landscape" : "portrait") + " (" + shape +
+        ") and the display " + (landscape ? "portrait" : "landscape") + " (" +
+        std::to_string(options_.width) + "x" + std::to_string(options_.height) +
+        "), so touches are stretched out of shape; --rotate " + std::to_string(turn) +
+        " turns it upright (or --rotate " + std::to_string(turn + 180) +
+        ": a recording does not say which way round the panel is mounted)";
+    Warn(note);
+    notes.push_back(note);
 }
 
 bool Importer::DecodeTouches(Tools::InputFile& input, Format format, const std::string& device,
                              const TouchAxes& axes, std::string& error)
 {
     const std::string& path = input.Name();
-    const Input::DisplayMapper mapper(axes.x, axes.y, options_.width, options_.height,
+    const Input::DisplayMapper mapper(axes.x.range, axes.y.range, options_.width, options_.height,
                                       options_.rotate);
     Input::MultiTouchDecoder decoder(axes.slots);
     std::vector<Input::TouchEvent> touches;
@@ -317,7 +431,7 @@ bool Importer::DecodeTouches(Tools::InputFile& input, Format format, const std::
         }
     };
     if (!ReadEvents(
-            input, format, [](const std::string&, uint16_t, int32_t, int32_t) {}, onEvent, error)) {
+            input, format, [](const std::string&, const RawAxis&) {}, onEvent, error)) {
         return false;
     }
     if (tooLate) {
@@ -335,7 +449,8 @@ bool Importer::DecodeTouches(Tools::InputFile& input, Format format, const std::
     return true;
 }
 
-bool Importer::ImportEvents(Tools::InputFile& input, Format format, std::string& error)
+bool Importer::PlanEvents(Tools::InputFile& input, Format format, EventPlan& plan,
+                          std::vector<std::string>& notes, std::string& error)
 {
     const std::string& path = input.Name();
     EventSurvey survey;
@@ -346,7 +461,7 @@ bool Importer::ImportEvents(Tools::InputFile& input, Format format, std::string&
         // A description on its own (evemu .desc): it serves the files that follow.
         if (format == Format::EVEMU && !survey.declared[""].ranges.empty()) {
             description_ = survey.declared[""];
-            writer_.Comment(path + ": device description");
+            notes.push_back(path + ": device description");
             return true;
         }
         error = path + ": no events";
@@ -356,11 +471,16 @@ bool Importer::ImportEvents(Tools::InputFile& input, Format format, std::string&
         error = path + ": no touch event";
         return false;
     }
-    const TouchAxes axes = ChooseAxes(survey, path);
-    writer_.Comment(path + ": " + (format == Format::EVEMU ? "evemu" : "getevent") +
-                    (survey.touchDevice->empty() ? "" : " " + *survey.touchDevice) + ", X " +
-                    Range(axes.x) + ", Y " + Range(axes.y) + " from " + axes.from);
-    return DecodeTouches(input, format, *survey.touchDevice, axes, error);
+    if (!ChooseAxes(survey, path, format, plan.axes, error)) {
+        return false;
+    }
+    plan.device = survey.touchDevice;
+    notes.push_back(path + ": " + (format == Format::EVEMU ? "evemu" : "getevent") +
+                    (plan.device->empty() ? "" : " " + *plan.device) + ", X " +
+                    Range(plan.axes.x.range) + ", Y " + Range(plan.axes.y.range) + " from " +
+                    plan.axes.from);
+    CheckOrientation(path, plan.axes, notes);
+    return true;
 }
 
 }  // namespace Tarvo::Import

@@ -1,5 +1,7 @@
-// Turns recordings into one trace: detects each file's format, writes the header
-// comments and enable records, then the samples or touches of every file in turn.
+// Turns recordings into one trace: detects each file's format, reads each touch
+// recording once to learn its device and axes, writes the header comments (the files,
+// the options, what was learnt) and enable records, then the samples or touches of every
+// file in turn.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +9,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "display_mapper.h"
 #include "import_options.h"
@@ -19,7 +22,8 @@ namespace Tarvo::Import {
 
 class Importer {
 public:
-    // Warnings (guessed axis ranges, dropped events, skipped rows) go to `warnings`.
+    // Warnings (guessed axis ranges, a panel turned the wrong way, dropped events, skipped
+    // rows) go to `warnings`.
     Importer(const ImportOptions& options, Tools::TraceWriter& writer, std::FILE* warnings)
         : options_(options), writer_(writer), warnings_(warnings)
     {
@@ -33,8 +37,12 @@ public:
     static Format Detect(const std::string& firstLines);
 
 private:
+    struct Axis {
+        Input::AxisRange range;
+        int32_t resolution = 0;  // units per millimetre, 0 when unknown
+    };
     struct Axes {
-        std::map<uint16_t, Input::AxisRange> ranges;  // by ABS code
+        std::map<uint16_t, Axis> ranges;  // by ABS code
     };
 
     // What a first pass over an event recording finds.
@@ -47,18 +55,34 @@ private:
     };
     // The ranges touches are scaled from, where they came from, and the slot count.
     struct TouchAxes {
-        Input::AxisRange x;
-        Input::AxisRange y;
+        Axis x;
+        Axis y;
         std::string from;
+        bool guessed = false;  // the largest values seen, not the panel's own ranges
         int slots = Input::MultiTouchDecoder::kMaxSlots;
     };
+    // How the second pass reads one event recording; no device for a description.
+    struct EventPlan {
+        std::optional<std::string> device;
+        TouchAxes axes;
+    };
 
+    // Options that apply to no file given are refused rather than ignored.
+    bool CheckOptions(const std::vector<Format>& formats, std::string& error) const;
     bool ImportCsv(Tools::InputFile& input, std::string& error);
-    bool ImportEvents(Tools::InputFile& input, Format format, std::string& error);
     bool ReadEvents(Tools::InputFile& input, Format format, const AxisSink& onAxis,
                     const EventSink& onEvent, std::string& error);
+    // The first pass: which device, which axes; what it learns goes to `notes`, for the
+    // trace's header.
+    bool PlanEvents(Tools::InputFile& input, Format format, EventPlan& plan,
+                    std::vector<std::string>& notes, std::string& error);
     bool Survey(Tools::InputFile& input, Format format, EventSurvey& survey, std::string& error);
-    TouchAxes ChooseAxes(const EventSurvey& survey, const std::string& path);
+    bool ChooseAxes(const EventSurvey& survey, const std::string& path, Format format,
+                    TouchAxes& chosen, std::string& error);
+    // A landscape panel on a portrait display (or the other way round) is named, with
+    // the --rotate that turns it: which way a panel is mounted no recording says.
+    void CheckOrientation(const std::string& path, const TouchAxes& axes,
+                          std::vector<std::string>& notes);
     // The second pass: the touch device's events decoded, scaled and written.
     bool DecodeTouches(Tools::InputFile& input, Format format, const std::string& device,
                        const TouchAxes& axes, std::string& error);

@@ -15,9 +15,16 @@ struct RawEvent {
     int line = 0;  // in the recording, for messages
 };
 
+// An ABS axis as a recording describes it.
+struct RawAxis {
+    uint16_t code = 0;
+    int32_t min = 0;
+    int32_t max = 0;
+    int32_t resolution = 0;  // units per millimetre; 0 where the recording does not say
+};
+
 // `device` names the input device where a recording holds several ("" otherwise).
-using AxisSink =
-    std::function<void(const std::string& device, uint16_t code, int32_t min, int32_t max)>;
+using AxisSink = std::function<void(const std::string& device, const RawAxis& axis)>;
 using EventSink = std::function<void(const std::string& device, const RawEvent& event)>;
 
 // "12.345678" (seconds.microseconds) to microseconds; false when malformed.

@@ -16,21 +16,10 @@ bool LiveOptions::Parse(const std::vector<std::string>& args, LiveOptions& optio
                  [&options](const std::string& value, std::string& problem) {
                      return ParseMotionTypes(value, options.enable, problem);
                  });
-    for (const auto& [name, target] :
-         {std::pair<const char*, std::string*>{"--record", &options.record},
-          {"--sysfs-root", &options.sysfsRoot},
-          {"--touch-device", &options.touchDevice},
-          {"--plugin", &options.plugin}}) {
-        parser.Value(name, "a path",
-                     [target = target](const std::string& value, std::string& problem) {
-                         if (value.empty()) {
-                             problem = "path '' is empty";
-                             return false;
-                         }
-                         *target = value;
-                         return true;
-                     });
-    }
+    parser.Path("--record", options.record);
+    parser.Path("--sysfs-root", options.sysfsRoot);
+    parser.Path("--touch-device", options.touchDevice);
+    parser.Path("--plugin", options.plugin);
     parser.Value("--display", "a size", [&options](const std::string& value, std::string& problem) {
         return ParseDisplaySize(value, options.displayWidth, options.displayHeight, problem);
     });
@@ -60,7 +49,7 @@ const char* LiveOptions::Usage()
            "Runs the motion plug-in on this device's sensors and touchscreen and prints\n"
            "every report as quil-replay does. Stop it with Ctrl-C.\n"
            "\n"
-           "  --enable LIST        motion types to enable, by number or name, e.g. 3,rotate,9\n"
+           "  --enable T[,T...]    motion types to enable, by number or name, e.g. 3,rotate,9\n"
            "                       (default: every type the device has the sensors or\n"
            "                       touchscreen for)\n"
            "  --json               print JSON Lines instead of text\n"

@@ -104,5 +104,23 @@ TEST(MotionNeedsTest, WhatADeviceCanRecognise)
     EXPECT_TRUE(MotionNeeds::Recognisable({}, false).empty());
 }
 
+TEST(OptionParserTest, APathIsTakenAsGivenButNeverEmpty)
+{
+    std::string path;
+    std::string error;
+    OptionParser parser;
+    parser.Path("--record", path);
+    EXPECT_TRUE(parser.Parse({"--record", "a b.trace"}, error)) << error;
+    EXPECT_EQ(path, "a b.trace");
+    for (const auto& [args, message] :
+         std::vector<std::pair<std::vector<std::string>, std::string>>{
+             {{"--record"}, "--record needs a path"}, {{"--record="}, "path '' is empty"}}) {
+        OptionParser again;
+        again.Path("--record", path);
+        EXPECT_FALSE(again.Parse(args, error));
+        EXPECT_THAT(error, ::testing::HasSubstr(message));
+    }
+}
+
 }  // namespace
 }  // namespace Tarvo::Tools

@@ -37,20 +37,6 @@ Quil::MotionData Flip()
     return data;
 }
 
-TEST_F(OutputWriterTest, TextLinesAreWhatTheHostObserved)
-{
-    OutputWriter writer(file_, false);
-    writer.HostCall("enable", 6, 0, std::nullopt);
-    writer.HostQuery("supported", 3, true, 100.0);
-    writer.HostQuery("idle", std::nullopt, false, std::nullopt);
-    writer.HostCall("register", std::nullopt, 0, std::nullopt);
-    writer.Report(Flip(), 200.0);
-    EXPECT_EQ(Written(),
-              "enable 6 -> 0\nsupported 3 -> true\nidle -> false\nregister -> 0\n"
-              "report type:3 result:1 status:-1 action:-1 direction:-1 rotateAction:-1 "
-              "move:0.000000\n");
-}
-
 TEST_F(OutputWriterTest, JsonLinesCarryTypesAndStamps)
 {
     OutputWriter writer(file_, true);

@@ -19,7 +19,7 @@ using testing::IsEmpty;
 struct Read {
     bool ok = false;
     std::string error;
-    std::vector<std::tuple<std::string, int, int, int>> axes;  // device, code, min, max
+    std::vector<std::tuple<std::string, int, int, int, int>> axes;  // device, code, min, max, res
     std::vector<std::tuple<std::string, int, int, int, int64_t, int>> events;
 
     template <typename Reader>
@@ -30,8 +30,8 @@ struct Read {
         Tools::LineReader lines("rec", file.File());
         r.ok = Reader::Read(
             lines,
-            [&r](const std::string& d, uint16_t c, int32_t lo, int32_t hi) {
-                r.axes.emplace_back(d, c, lo, hi);
+            [&r](const std::string& d, const RawAxis& a) {
+                r.axes.emplace_back(d, a.code, a.min, a.max, a.resolution);
             },
             [&r](const std::string& d, const RawEvent& e) {
                 r.events.emplace_back(d, e.type, e.code, e.value, e.timeUs, e.line);
@@ -46,13 +46,13 @@ TEST(EvemuReaderTest, ReadsDescriptionAndEvents)
     const Read r = Read::With<EvemuReader>(
         "# EVEMU 1.3\n"
         "N: Panel\nI: 0018 0000 0000 0000\nP: 02 00\nB: 03 03 00 00 00 00 80 60 02\n"
-        "A: 35 0 1279 0 0 0\nA: 36 -5 767 0 0 0\n"
+        "A: 35 0 1279 0 0\nA: 36 -5 767 0 0 12\n"
         "E: 0.000001 0003 0039 0013\t# EV_ABS / ABS_MT_TRACKING_ID 13\n"
         "E: 1.5 0003 0039 -001\r\n"
         "E: 12.000020 0000 0000 0000\n");
     ASSERT_TRUE(r.ok) << r.error;
-    EXPECT_THAT(r.axes, ElementsAre(std::make_tuple("", 0x35, 0, 1279),
-                                    std::make_tuple("", 0x36, -5, 767)));
+    EXPECT_THAT(r.axes, ElementsAre(std::make_tuple("", 0x35, 0, 1279, 0),
+                                    std::make_tuple("", 0x36, -5, 767, 12)));
     EXPECT_THAT(r.events, ElementsAre(std::make_tuple("", 3, 0x39, 13, 1, 8),
                                       std::make_tuple("", 3, 0x39, -1, 1500000, 9),
                                       std::make_tuple("", 0, 0, 0, 12000020, 10)));
@@ -65,7 +65,7 @@ TEST(EvemuReaderTest, AxesFromTheCommentBlockOfAnEventsFile)
         "#   Event type 3 (EV_ABS)\n#     Event code 53 (ABS_MT_POSITION_X)\n"
         "#       Value      274\n#       Min          0\n#       Max       1279\n");
     ASSERT_TRUE(r.ok) << r.error;
-    EXPECT_THAT(r.axes, ElementsAre(std::make_tuple("", 53, 0, 1279)));
+    EXPECT_THAT(r.axes, ElementsAre(std::make_tuple("", 53, 0, 1279, 0)));
 }
 
 TEST(EvemuReaderTest, RefusesLinesItCannotRead)
@@ -111,15 +111,15 @@ TEST(GeteventReaderTest, ReadsAxisRangesOfTheDescriptionBlocks)
         "    ABS (0003): ABS_MT_SLOT           : value 0, min 0, max 9, fuzz 0, flat 0, "
         "resolution 0\n"
         "                ABS_MT_POSITION_X     : value 0, min 0, max 1079, fuzz 0, flat 0, "
-        "resolution 0\n"
+        "resolution 11\n"
         "                0036  : value 0, min 0, max 2399, fuzz 0, flat 0, resolution 0\n"
         "  input props:\n"
         "    INPUT_PROP_DIRECT\n"
         "could not get driver version for /dev/input/mouse0, Not a typewriter\n");
     ASSERT_TRUE(r.ok) << r.error;
-    EXPECT_THAT(r.axes, ElementsAre(std::make_tuple("/dev/input/event2", 0x2f, 0, 9),
-                                    std::make_tuple("/dev/input/event2", 0x35, 0, 1079),
-                                    std::make_tuple("/dev/input/event2", 0x36, 0, 2399)));
+    EXPECT_THAT(r.axes, ElementsAre(std::make_tuple("/dev/input/event2", 0x2f, 0, 9, 0),
+                                    std::make_tuple("/dev/input/event2", 0x35, 0, 1079, 11),
+                                    std::make_tuple("/dev/input/event2", 0x36, 0, 2399, 0)));
     EXPECT_THAT(r.events, IsEmpty());
 }
 

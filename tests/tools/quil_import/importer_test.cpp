@@ -88,18 +88,25 @@ const char kEvents[] =
 TEST_F(ImporterTest, EvemuDescriptionThenEventsScaledToTheDisplay)
 {
     ASSERT_TRUE(Import({File("p.desc", kDesc), File("p.swipe.events", kEvents)})) << error;
-    EXPECT_THAT(trace, HasSubstr("# options: --interval-ms 100 --display 1344x2772\n"
-                                 "enable 9\nenable 10\nenable 11\nenable 12\nenable 13\n"));
+    EXPECT_THAT(trace, HasSubstr("# options: --interval-ms 100 --display 1344x2772\n"));
+    EXPECT_THAT(trace,
+                HasSubstr("p.swipe.events: evemu, X 0..100, Y 0..50 from the description\n"));
+    // The landscape panel is scaled as it is, and said to be in the header and on stderr.
+    const std::string turn =
+        "p.swipe.events: the panel is landscape (X 0..100, Y 0..50) and the display portrait "
+        "(1344x2772), so touches are stretched out of shape; --rotate 90 turns it upright (or "
+        "--rotate 270: a recording does not say which way round the panel is mounted)\n";
+    EXPECT_THAT(trace, HasSubstr(turn + "enable 9\nenable 10\nenable 11\nenable 12\nenable 13\n"));
+    EXPECT_THAT(warned, HasSubstr(turn));
     EXPECT_THAT(trace, HasSubstr("@0 touch down 0 0 0 0\n"
                                  "@10 touch down 1 1343 2771 0,1\n"
                                  "@20 touch move 0 672 0 0,1\n"
                                  "@20 touch move 1 1343 1386 0,1\n"
                                  "@30 touch up 0 672 0 0,1\n"
                                  "@40 touch up 1 1343 1386 1\n"));
-    EXPECT_EQ(warned, "");
 }
 
-TEST_F(ImporterTest, DisplayAndRotation)
+TEST_F(ImporterTest, DisplayRotationAndTheShapeOfThePanel)
 {
     ImportOptions options;
     options.width = 101;
@@ -108,6 +115,20 @@ TEST_F(ImporterTest, DisplayAndRotation)
     ASSERT_TRUE(Import({File("p.desc", kDesc), File("p.swipe.events", kEvents)}, options));
     // The panel's top-left corner is the display's top-right one after a quarter turn.
     EXPECT_THAT(trace, HasSubstr("@0 touch down 0 100 0 0\n@10 touch down 1 0 200 0,1\n"));
+    EXPECT_EQ(warned, "");
+
+    // Turned across a landscape display, it is the other way round.
+    std::swap(options.width, options.height);
+    ASSERT_TRUE(Import({File("p.desc", kDesc), File("p.swipe.events", kEvents)}, options));
+    EXPECT_THAT(warned,
+                HasSubstr("turned by --rotate 90, the panel is portrait (X 0..100, Y 0..50) "
+                          "and the display landscape (201x101), so touches are stretched "
+                          "out of shape; --rotate 0 turns it upright (or --rotate 180"));
+
+    // Square in units, landscape in millimetres: the resolutions tell.
+    const char square[] = "N: panel\nA: 35 0 100 0 0 4\nA: 36 0 100 0 0 8\n";
+    ASSERT_TRUE(Import({File("s.desc", square), File("s.swipe.events", kEvents)}));
+    EXPECT_THAT(warned, HasSubstr("the panel is landscape (X 0..100, Y 0..100, 25 x 12 mm)"));
 }
 
 const char kProtocolA[] =
@@ -122,26 +143,45 @@ const char kProtocolA[] =
     "[    1.030000] EV_SYN       SYN_MT_REPORT        00000000\n"
     "[    1.030000] EV_SYN       SYN_REPORT           00000000\n";
 
-TEST_F(ImporterTest, GeteventAxesFromTheBlockThenOptionThenLargestSeen)
+TEST_F(ImporterTest, GeteventAxesFromTheOptionElseTheBlockElseGuessedOnlyWhenAsked)
 {
     const std::string block =
         "add device 1: /dev/input/event1\n  events:\n"
         "    ABS (0003): ABS_MT_POSITION_X     : value 0, min 0, max 2000, fuzz 0\n"
         "                ABS_MT_POSITION_Y     : value 0, min 0, max 1000, fuzz 0\n";
-    ASSERT_TRUE(Import({File("a.txt", block + kProtocolA)})) << error;
-    EXPECT_THAT(trace, HasSubstr("X 0..2000, Y 0..1000 from the recording\n"
-                                 "@0 touch down 0 672 0 0\n@15 touch move 0 336 1386 0\n"
+    const std::string withBlock = File("a.txt", block + kProtocolA);
+    ASSERT_TRUE(Import({withBlock})) << error;
+    EXPECT_THAT(trace, HasSubstr("X 0..2000, Y 0..1000 from the recording\n"));
+    EXPECT_THAT(trace, HasSubstr("enable 13\n@0 touch down 0 672 0 0\n@15 touch move 0 336 1386 0\n"
                                  "@30 touch up 0 336 1386 0\n"));
 
     ImportOptions options;
     options.axes = std::make_pair(4000, 500);
-    ASSERT_TRUE(Import({File("b.txt", kProtocolA)}, options)) << error;
+    ASSERT_TRUE(Import({withBlock}, options)) << error;
+    EXPECT_THAT(trace, HasSubstr("X 0..4000, Y 0..500 from --axes, not the recording's "
+                                 "X 0..2000, Y 0..1000\n"));
     EXPECT_THAT(trace, HasSubstr("@0 touch down 0 336 0 0\n@15 touch move 0 168 2771 0\n"));
-    EXPECT_EQ(warned, "");
+    EXPECT_THAT(warned, HasSubstr("a.txt: scaling X 0..4000 and Y 0..500 (--axes) to the "
+                                  "display, not the recording's X 0..2000, Y 0..1000\n"));
 
-    ASSERT_TRUE(Import({File("c.txt", kProtocolA)})) << error;
+    const std::string bare = File("c.txt", kProtocolA);
+    EXPECT_FALSE(Import({bare}));
+    EXPECT_EQ(error, bare +
+                         ": no touch axis ranges in the recording (a getevent dump without its "
+                         "-p block): give --axes XMAX,YMAX (getevent -p on the device shows "
+                         "them), or --guess-axes to take the largest values seen (X 0..1000, Y "
+                         "0..500)");
+    EXPECT_EQ(trace, "");
+
+    ImportOptions guess;
+    guess.guessAxes = true;
+    ASSERT_TRUE(Import({bare}, guess)) << error;
+    EXPECT_THAT(trace, HasSubstr("X 0..1000, Y 0..500 from the largest values seen (touch axes "
+                                 "guessed)\n"));
     EXPECT_THAT(trace, HasSubstr("@0 touch down 0 1343 0 0\n@15 touch move 0 672 2771 0\n"));
-    EXPECT_THAT(warned, HasSubstr("c.txt: no axis ranges; scaling X 0..1000 and Y 0..500"));
+    // Guessed ranges say nothing of the panel's shape: no word about turning it.
+    EXPECT_THAT(warned, HasSubstr("c.txt: touch axes guessed: X 0..1000, Y 0..500"));
+    EXPECT_THAT(warned, Not(HasSubstr("--rotate")));
 }
 
 TEST_F(ImporterTest, EventsOfOtherDevicesAreLeftOut)
@@ -159,8 +199,8 @@ TEST_F(ImporterTest, EventsOfOtherDevicesAreLeftOut)
     ImportOptions options;
     options.axes = std::make_pair(20, 20);
     ASSERT_TRUE(Import({File("d.txt", dump)}, options)) << error;
-    EXPECT_THAT(trace, HasSubstr("getevent /dev/input/event1, X 0..20, Y 0..20 from --axes\n"
-                                 "@0 touch down 0 672 1386 0\n"));
+    EXPECT_THAT(trace, HasSubstr("getevent /dev/input/event1, X 0..20, Y 0..20 from --axes\n"));
+    EXPECT_THAT(trace, HasSubstr("enable 13\n@0 touch down 0 672 1386 0\n"));
     EXPECT_THAT(warned, HasSubstr("d.txt:8: SYN_DROPPED"));
 }
 
@@ -212,6 +252,20 @@ TEST_F(ImporterTest, ErrorsNameTheFileAndLine)
     EXPECT_FALSE(Import({File("p.desc", kDesc)}));
     EXPECT_EQ(error, "no usable event in the recording");
     EXPECT_THAT(trace, Not(HasSubstr("touch")));
+
+    // Options for the other kind of recording are refused, not ignored.
+    ImportOptions rotate;
+    rotate.rotate = 90;
+    EXPECT_FALSE(Import({File("a.csv", "0,0,0,9.8\n")}, rotate));
+    EXPECT_EQ(error,
+              "--rotate applies to touch recordings, and every file given is a sensor "
+              "log (CSV)");
+    ImportOptions units;
+    units.units = AccUnit::G;
+    EXPECT_FALSE(Import({File("p.desc", kDesc), File("p.swipe.events", kEvents)}, units));
+    EXPECT_EQ(error,
+              "--units applies to sensor logs (CSV), and every file given is a touch "
+              "recording");
 }
 
 // What a recording may declare or hold, and a trace could not: refused with the place,

@@ -5,6 +5,7 @@ import os
 import sys
 
 from . import replay as rp
+from . import version
 from .trace import TraceError, read_trace
 
 FORMATS = (".png", ".svg")
@@ -20,6 +21,11 @@ class _Parser(argparse.ArgumentParser):
 def _fail(message, code):
     print(f"quil-plot: {message}", file=sys.stderr)
     return code
+
+
+def _say(message):
+    """What it is doing: a figure takes seconds, so each step is told on stderr."""
+    print(f"quil-plot: {message}", file=sys.stderr, flush=True)
 
 
 def _arguments(argv):
@@ -39,9 +45,13 @@ def _arguments(argv):
                         help="the quil-replay to run (default: $QUIL_REPLAY, else the one "
                         "beside quil-plot, else the source tree's build/quil-replay, "
                         "else the one on PATH)")
-    parser.add_argument("--title", help="the figure's heading (default: the trace's path)")
+    parser.add_argument("--title",
+                        help="the figure's heading, on one line (default: the trace's path "
+                        "and the comment lines it starts with)")
     parser.add_argument("--dpi", type=int, default=100,
                         help="pixels per inch of a PNG (default 100; the figure is 13 inches wide)")
+    parser.add_argument("--version", action="version", version=f"quil-plot {version()}",
+                        help="show the version and exit")
     return parser.parse_args(argv)
 
 
@@ -63,11 +73,13 @@ def main(argv=None, script_dir=None):
         return _fail("--dpi must be between 20 and 600", USAGE_ERROR)
     try:
         replay = rp.find_replay(args.quil_replay, script_dir)
+        _say(f"reading {args.trace} with {replay}")
         trace = read_trace(args.trace, replay)
         if args.replay:
             lines = rp.read_replay_file(args.replay)
             source = args.replay
         else:
+            _say(f"replaying it with {replay} --json")
             lines = rp.run_replay(replay, args.trace)
             source = "quil-replay output"
         reports, calls = rp.parse_replay(lines, trace.calls, source)
@@ -83,12 +95,22 @@ def main(argv=None, script_dir=None):
     except ImportError as error:
         return _fail(f"cannot load matplotlib ({error}): install python3-matplotlib", FAILURE)
 
+    _say(f"drawing {_count(len(trace.acc) + len(trace.light) + len(trace.prox), 'sample')}, "
+         f"{_count(len(trace.touches), 'touch', 'touches')}, {_count(len(calls), 'host call')} "
+         f"and {_count(len(reports), 'report')}")
     figure = draw(trace, reports, calls, title=args.title)
     try:
         figure.savefig(output, dpi=args.dpi)
+        width, height = figure.get_size_inches() * args.dpi
     except (OSError, ValueError) as error:
         return _fail(f"{output}: cannot write: {getattr(error, 'strerror', None) or error}",
                      FAILURE)
     finally:
         plt.close(figure)
+    size = f"{round(width)}x{round(height)} pixels" if output.lower().endswith(".png") else "SVG"
+    _say(f"wrote {output} ({size})")
     return 0
+
+
+def _count(n, one, many=None):
+    return f"{n} {one if n == 1 else (many or one + 's')}"

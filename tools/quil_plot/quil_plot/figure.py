@@ -25,8 +25,11 @@ GRAVITY = 9.80665
 AXIS_COLOURS = {"x": "#d62728", "y": "#2ca02c", "z": "#1f77b4", "|a|": "#000000"}
 FINGER_COLOURS = ["#1f77b4", "#ff7f0e", "#2ca02c", "#d62728", "#9467bd", "#8c564b",
                   "#e377c2", "#17becf", "#bcbd22", "#7f7f7f"]
-LABEL_SIZE = 7
+LABEL_SIZE = 8
+TICK_SIZE = 8
+TITLE_SIZE = 10
 LANE_INCHES = 0.5
+LEFT_INCHES = 1.8
 MAX_OVERLAY_LINES = 40
 DENSE_SAMPLES = 400  # beyond this many, samples are drawn as thin lines without dots
 WIDTH_INCHES = 13.0
@@ -82,8 +85,24 @@ class _TimeScale:
         return -0.02 * span, self.end + 0.12 * span
 
 
-def draw(trace, reports, calls, title=None):
-    """Returns a matplotlib Figure of the trace with its replay's reports."""
+def heading(trace, title, width_inches):
+    """The figure's title on one line: `title`, else the trace's path and the comment
+    lines it starts with, shortened to what fits the figure's width."""
+    text = title if title is not None else trace.path
+    if title is None and trace.title:
+        text += " \u2014 " + trace.title
+    # An average character of the title font is about 0.55 of its size wide.
+    fits = int(width_inches * 72 * 0.96 / (TITLE_SIZE * 0.55))
+    if len(text) <= fits:
+        return text
+    shortened = textwrap.shorten(text, fits, placeholder=" \u2026")
+    # A first word longer than the line (a long path) is cut inside the word.
+    return shortened if len(shortened) > 2 else text[:fits - 1] + "\u2026"
+
+
+def draw(trace, reports, calls, title=None, width=WIDTH_INCHES):
+    """Returns a matplotlib Figure of the trace with its replay's reports, `width`
+    inches wide."""
     scale = _TimeScale(trace, reports)
     marks, spans = mk.build_marks(reports, trace.end)
     lanes = mk.lanes(reports, calls)
@@ -104,11 +123,13 @@ def draw(trace, reports, calls, title=None):
     heights = [h for _, h in panels]
     total = sum(heights) + 1.3
     columns = 2 if fingers else 1
-    fig = plt.figure(figsize=(WIDTH_INCHES, total), dpi=DPI)
+    fig = plt.figure(figsize=(width, total), dpi=DPI)
     grid = fig.add_gridspec(
         len(panels), columns, height_ratios=heights,
         width_ratios=[5, 1] if fingers else [1], hspace=0.12, wspace=0.12,
-        left=0.125, right=0.93 if not fingers else 0.97,
+        # Margins in inches, whatever the width: lane names on the left, line names
+        # (or the paths panel's ticks) on the right.
+        left=LEFT_INCHES / width, right=1 - (0.3 if fingers else 0.9) / width,
         top=1 - 0.6 / total, bottom=0.55 / total,
     )
     axes = {}
@@ -118,11 +139,7 @@ def draw(trace, reports, calls, title=None):
         first = first or ax
         axes[name] = ax
 
-    heading = title if title is not None else trace.path
-    if trace.title:
-        heading += " \u2014 " + trace.title
-    wrapped = textwrap.wrap(heading, 160, max_lines=2, placeholder=" \u2026")
-    fig.suptitle("\n".join(wrapped), fontsize=10, x=0.01,
+    fig.suptitle(heading(trace, title, width), fontsize=TITLE_SIZE, x=0.01,
                  ha="left", y=1 - 0.12 / total, va="top")
 
     left, right = scale.limits()
@@ -135,9 +152,9 @@ def draw(trace, reports, calls, title=None):
     if "env" in axes:
         _draw_env(axes["env"], trace.prox, trace.light, scale)
     if fingers:
-        _draw_touch(axes["touch_x"], axes["touch_y"], fingers, scale)
+        _draw_touch(axes["touch_x"], axes["touch_y"], fingers, scale, trace.guessed_axes)
         rows = [i for i, (name, _) in enumerate(panels) if name != "reports"]
-        _draw_paths(fig.add_subplot(grid[rows[0]:, 1]), fingers)
+        _draw_paths(fig.add_subplot(grid[rows[0]:, 1]), fingers, trace.guessed_axes)
     if "empty" in axes:
         axes["empty"].text(0.5, 0.5, "no sensor samples or touches in this trace",
                            transform=axes["empty"].transAxes, ha="center", va="center",
@@ -148,7 +165,7 @@ def draw(trace, reports, calls, title=None):
         ax.tick_params(labelbottom=False)
     list(axes.values())[-1].set_xlabel(scale.label, fontsize=8)
     for ax in axes.values():
-        ax.tick_params(labelsize=7)
+        ax.tick_params(labelsize=TICK_SIZE)
         ax.grid(True, axis="x", color="#dddddd", linewidth=0.6)
     return fig
 
@@ -273,8 +290,9 @@ def _draw_acc(ax, samples, scale):
         ax.plot(ts, values, color=AXIS_COLOURS[name], linewidth=1.1 if not dense else 0.6,
                 marker=".", markersize=0 if dense else 3, zorder=2)
         series.append((name, AXIS_COLOURS[name], values[-1]))
-    ax.plot(ts, mags, color=AXIS_COLOURS["|a|"], linewidth=1.6 if not dense else 0.7,
-            zorder=1.5)
+    # Thinner and above the axes: at rest |a| runs along one of them and must stay visible.
+    ax.plot(ts, mags, color=AXIS_COLOURS["|a|"], linewidth=0.9 if not dense else 0.5,
+            zorder=3)
     series.append(("|a|", AXIS_COLOURS["|a|"], mags[-1]))
     ax.set_ylabel("acceleration\n(m/s\u00b2)", fontsize=8)
     _end_labels(ax, series)
@@ -302,7 +320,7 @@ def _draw_env(ax, prox, light, scale):
         right = ax.twinx()
         _steps(right, light, scale, light_colour, end)
         right.set_ylabel("light", fontsize=8, color=light_colour)
-        right.tick_params(axis="y", labelsize=7, colors=light_colour)
+        right.tick_params(axis="y", labelsize=TICK_SIZE, colors=light_colour)
 
 
 def _strokes(points):
@@ -321,7 +339,10 @@ def _strokes(points):
     return strokes
 
 
-def _draw_touch(ax_x, ax_y, fingers, scale):
+GUESSED_COLOUR = "#c00000"
+
+
+def _draw_touch(ax_x, ax_y, fingers, scale, guessed):
     for finger, points in fingers.items():
         colour = finger_colour(finger)
         for stroke in _strokes(points):
@@ -333,10 +354,16 @@ def _draw_touch(ax_x, ax_y, fingers, scale):
                     ax.plot(ts[-1:], values[-1:], marker="x", color=colour, markersize=6)
             for ax, value in ((ax_x, stroke[0].x), (ax_y, stroke[0].y)):
                 ax.annotate(f"{finger}", (ts[0], value), xytext=(-3, 3),
-                            textcoords="offset points", ha="right", fontsize=7,
+                            textcoords="offset points", ha="right", fontsize=LABEL_SIZE,
                             color=colour, fontweight="bold")
     ax_x.set_ylabel("touch x (px)\n\u25cf down  \u00d7 up", fontsize=8)
     ax_y.set_ylabel("touch y (px)\ntop of display up", fontsize=8)
+    if guessed:
+        # Scaled from the largest values seen: the pixels are not where the finger was.
+        for ax in (ax_x, ax_y):
+            ax.text(0.005, 0.96, "touch axes guessed (largest values seen)",
+                    transform=ax.transAxes, ha="left", va="top", fontsize=LABEL_SIZE,
+                    color=GUESSED_COLOUR, fontweight="bold")
     for ax, size in ((ax_x, DISPLAY_W), (ax_y, DISPLAY_H)):
         low, high = ax.get_ylim()
         ax.set_ylim(min(low, 0), max(high, size))
@@ -345,7 +372,7 @@ def _draw_touch(ax_x, ax_y, fingers, scale):
     ax_y.invert_yaxis()
 
 
-def _draw_paths(ax, fingers):
+def _draw_paths(ax, fingers, guessed=False):
     """Finger paths on the display outline, with the swipe edge zones shaded."""
     ax.add_patch(Rectangle((0, 0), DISPLAY_W, DISPLAY_H, fill=False, edgecolor="black",
                            linewidth=1.0))
@@ -366,10 +393,13 @@ def _draw_paths(ax, fingers):
                 ax.plot(xs[-1:], ys[-1:], marker="x", color=colour, markersize=5)
         first = points[0]
         ax.annotate(f"{finger}", (first.x, first.y), xytext=(3, 3), textcoords="offset points",
-                    fontsize=7, color=colour, fontweight="bold")
+                    fontsize=LABEL_SIZE, color=colour, fontweight="bold")
     margin = 60
     ax.set_xlim(min(xs_all) - margin, max(xs_all) + margin)
     ax.set_ylim(max(ys_all) + margin, min(ys_all) - margin)
     ax.set_aspect("equal", adjustable="box")
-    ax.set_title(f"paths on the {DISPLAY_W}\u00d7{DISPLAY_H} display", fontsize=8)
-    ax.tick_params(labelsize=6)
+    title = f"paths on the\n{DISPLAY_W}\u00d7{DISPLAY_H} display"
+    if guessed:
+        title += "\ntouch axes guessed"
+    ax.set_title(title, fontsize=8, color=GUESSED_COLOUR if guessed else "black")
+    ax.tick_params(labelsize=7)

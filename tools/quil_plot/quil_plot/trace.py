@@ -16,6 +16,9 @@ PROX_SENSOR = 12
 
 ACTION_DOWN, ACTION_MOVE, ACTION_UP = 2, 3, 4
 
+# What quil-import writes in a trace's header when the touch axes were guessed.
+GUESSED_AXES = "touch axes guessed"
+
 HOST_CALLS = {"enable", "disable", "disable-count", "supported", "idle", "register", "unregister"}
 DEVICE_RECORDS = {"device-sensors", "fail", "heal", "monitor-id", "host-return"}
 
@@ -63,6 +66,12 @@ class Trace:
     calls: list = field(default_factory=list)
     device: list = field(default_factory=list)  # (time, record text) of device records
     end: float = 0.0  # time of the last record
+
+    @property
+    def guessed_axes(self):
+        """quil-import says so in the header when it scaled touches from the largest
+        values seen instead of the panel's axis ranges."""
+        return GUESSED_AXES in self.title
 
     def fingers(self):
         """Touch points grouped by finger id, in order of the finger's first touch."""
