@@ -15,8 +15,8 @@ ctest --test-dir build --output-on-failure --no-tests=error -j"$jobs"
 
 # The Linux platform layer, quil-live and quil-motiond: their targets and tests, plainly,
 # under AddressSanitizer + UndefinedBehaviorSanitizer and under ThreadSanitizer. The tests
-# run on umockdev's emulated devices (tests/support/umockdev/): about 40 s of tests per
-# build here, 70 s under ThreadSanitizer, most of it recordings played in real time.
+# run on umockdev's emulated devices (tests/support/umockdev/): about a minute of tests
+# per build here, two under ThreadSanitizer, most of it recordings and buses in real time.
 linux_stage() {
     local dir=$1 sanitize=$2
     cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUIL_PLATFORM=linux \

@@ -129,18 +129,23 @@ int32_t IioSensorService::GetAllSensors(SensorInfo** sensorInfo, int32_t* count)
         info.sensorTypeId = type;
         list.push_back(info);
     }
-    const bool same =
-        !sensorLists_.empty() && sensorLists_.back().size() == list.size() &&
-        std::equal(list.begin(), list.end(), sensorLists_.back().begin(),
-                   [](const SensorInfo& a, const SensorInfo& b) {
-                       return a.sensorTypeId == b.sensorTypeId &&
-                              std::strncmp(a.sensorName, b.sensorName, SENSOR_NAME_MAX_LEN) == 0;
-                   });
-    if (!same) {
-        sensorLists_.push_back(std::move(list));
+    // A list handed out before is handed out again: devices that come and go between
+    // the same few states must not grow the store with every change.
+    const auto same = [&list](const std::vector<SensorInfo>& kept) {
+        return kept.size() == list.size() &&
+               std::equal(list.begin(), list.end(), kept.begin(),
+                          [](const SensorInfo& a, const SensorInfo& b) {
+                              return a.sensorTypeId == b.sensorTypeId &&
+                                     std::strncmp(a.sensorName, b.sensorName,
+                                                  SENSOR_NAME_MAX_LEN) == 0;
+                          });
+    };
+    auto kept = std::find_if(sensorLists_.begin(), sensorLists_.end(), same);
+    if (kept == sensorLists_.end()) {
+        kept = sensorLists_.insert(sensorLists_.end(), std::move(list));
     }
-    *sensorInfo = sensorLists_.back().empty() ? nullptr : sensorLists_.back().data();
-    *count = static_cast<int32_t>(sensorLists_.back().size());
+    *sensorInfo = kept->empty() ? nullptr : kept->data();
+    *count = static_cast<int32_t>(kept->size());
     return 0;
 }
 
@@ -149,7 +154,7 @@ int32_t IioSensorService::Subscribe(int32_t sensorTypeId, const SensorUser* user
     if (user == nullptr) {
         return kError;
     }
-    // Looked at again every time: devices come and go, and the sysfs root may have moved.
+    // What is present now, counting any device udev has just announced.
     DeviceWatcher::Instance().Refresh();
     std::lock_guard<std::mutex> lock(mutex_);
     if (!PresentLocked(sensorTypeId)) {

@@ -86,6 +86,28 @@ TEST(ScriptedDevicesTest, PresenceIsWhatTheHostSaysAndNoDeviceIsRead)
     EXPECT_STREQ(list[0].sensorName, "scripted");
 }
 
+// Every sensor list handed out stays readable, and one handed out before is handed out
+// again: sensors that come and go do not grow the store with each change.
+TEST(ScriptedDevicesTest, ASensorListSeenBeforeIsHandedOutAgain)
+{
+    const auto list = [](std::vector<int32_t> sensors) {
+        LinuxPlatform::UseScriptedDevices(Present(std::move(sensors)));
+        SensorInfo* infos = nullptr;
+        int32_t count = 0;
+        EXPECT_EQ(GetAllSensors(&infos, &count), 0);
+        return std::make_pair(infos, count);
+    };
+    const auto accel = list({kAccel});
+    const auto both = list({kAccel, kLight});
+    EXPECT_NE(both.first, accel.first);
+    EXPECT_EQ(both.second, 2);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(list({kAccel}), accel);
+        EXPECT_EQ(list({kAccel, kLight}), both);
+    }
+    EXPECT_EQ(accel.first[0].sensorTypeId, kAccel);
+}
+
 TEST(ScriptedDevicesTest, TheObserverHearsEachChangeOnALayerThread)
 {
     LinuxPlatform::UseScriptedDevices(Present({kAccel}));

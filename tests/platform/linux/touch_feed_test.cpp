@@ -124,20 +124,20 @@ TEST_P(RecordingTest, GivesTheReportsOfTheImportedRecording)
     int slots = 1;
     Read(
         desc,
-        [&](const std::string&, uint16_t code, int32_t min, int32_t max) {
-            if (code == ABS_MT_POSITION_X) {
-                x = {min, max};
-            } else if (code == ABS_MT_POSITION_Y) {
-                y = {min, max};
-            } else if (code == ABS_MT_SLOT) {
-                slots = max + 1;
+        [&](const std::string&, const Import::RawAxis& axis) {
+            if (axis.code == ABS_MT_POSITION_X) {
+                x = {axis.min, axis.max};
+            } else if (axis.code == ABS_MT_POSITION_Y) {
+                y = {axis.min, axis.max};
+            } else if (axis.code == ABS_MT_SLOT) {
+                slots = axis.max + 1;
             }
         },
         [](const std::string&, const Import::RawEvent&) {});
     TouchFeed feed(slots, x, y, DisplaySize{});
     std::vector<TouchRecord> touches;
     Read(
-        dir + name, [](const std::string&, uint16_t, int32_t, int32_t) {},
+        dir + name, [](const std::string&, const Import::RawAxis&) {},
         [&](const std::string&, const Import::RawEvent& event) {
             feed.Feed(event.type, event.code, event.value, event.timeUs, touches);
         });
