@@ -314,16 +314,20 @@ TEST_P(RecordingTest, GivesWhatTheImportedRecordingReplaysTo)
                     "--enable", "9,10,11,12,13", "--record", recorded, "--log", "info"}));
     // Played in real time from when quil-live opens the node (which the layer says at
     // info level): wait that long, and a margin, then for as many reports as the replay
-    // gave.
+    // gave and as many touches recorded as were imported (a loaded machine plays late).
     ASSERT_TRUE(WaitFor([&] { return live.Err().find("touch from " + node) != std::string::npos; }))
         << live.Err();
     const size_t expected = LinesStartingWith(replayed.out, "report").size();
+    const size_t touches = Touches(imported.out).size();
     const auto played = std::chrono::steady_clock::now() +
                         std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                             std::chrono::duration<double>(Length(events) + 1.0));
     EXPECT_TRUE(WaitFor([&] {
+        std::ostringstream sofar;
+        sofar << std::ifstream(recorded).rdbuf();
         return std::chrono::steady_clock::now() > played &&
-               LinesStartingWith(live.Out(), "report").size() >= expected;
+               LinesStartingWith(live.Out(), "report").size() >= expected &&
+               Touches(sofar.str()).size() >= touches;
     }));
     live.Signal(SIGINT);
     const Tarvo::Test::ChildResult run = live.Wait();
