@@ -1,9 +1,30 @@
 #include "service_seam.h"
 
+#include "platform_log.h"
+
+using Tarvo::Platform::LogService;
 using Tarvo::Platform::TheInputService;
+using Tarvo::Platform::TheLogService;
 using Tarvo::Platform::TheSensorService;
 
 extern "C" {
+
+int PlatformLogPrint(PlatformLogType /*type*/, PlatformLogLevel level, unsigned int domain,
+                     const char* tag, const char* fmt, ...)
+{
+    va_list args;
+    va_start(args, fmt);
+    TheLogService().Print(level, domain, tag, fmt, args);
+    va_end(args);
+    return 0;
+}
+
+bool PlatformLogIsLoggable(unsigned int /*domain*/, const char* /*tag*/, PlatformLogLevel level)
+{
+    // Asked before every debug line of the library: kept to one load and a compare.
+    static const LogService& log = TheLogService();
+    return log.IsLoggable(level);
+}
 
 int32_t GetAllSensors(SensorInfo** sensorInfo, int32_t* count)
 {

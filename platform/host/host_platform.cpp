@@ -4,7 +4,6 @@
 #include <pthread.h>
 
 #include <algorithm>
-#include <cstdarg>
 #include <cstdio>
 
 #include "host_input_service.h"
@@ -12,7 +11,6 @@
 #include "host_sensor_service.h"
 #include "input_manager.h"
 #include "log_format.h"
-#include "platform_log.h"
 #include "sensor_service_client.h"
 #include "thread_support.h"
 #include "wake_batch.h"
@@ -217,28 +215,12 @@ InputService& TheInputService()
     return Host::HostInputService::Instance();
 }
 
+LogService& TheLogService()
+{
+    return HostLog::Instance();
+}
+
 }  // namespace Tarvo::Platform
-
-extern "C" {
-
-int PlatformLogPrint(PlatformLogType /*type*/, PlatformLogLevel level, unsigned int domain,
-                     const char* tag, const char* fmt, ...)
-{
-    va_list args;
-    va_start(args, fmt);
-    HostLog::Instance().Print(level, domain, tag, fmt, args);
-    va_end(args);
-    return 0;
-}
-
-bool PlatformLogIsLoggable(unsigned int /*domain*/, const char* /*tag*/, PlatformLogLevel level)
-{
-    // Asked before every debug line of the library: kept to one load and a compare.
-    static const HostLog& log = HostLog::Instance();
-    return log.IsLoggable(level);
-}
-
-}  // extern "C"
 
 namespace Tarvo {
 

@@ -2,19 +2,18 @@
 #pragma once
 
 #include <algorithm>
-#include <atomic>
 #include <cstdarg>
 #include <functional>
 #include <mutex>
 #include <string>
 
 #include "linux_platform.h"
+#include "service_seam.h"
 
 namespace Tarvo::Linux {
 
-class LinuxLog {
+class LinuxLog : public Platform::LogService {
 public:
-    static constexpr int kOff = 8;
     // The layer's own lines about the device pass at this level whatever the filter
     // says: a missing or vanished sensor must never go unreported.
     static constexpr int kDeviceLevel = 5;
@@ -22,15 +21,11 @@ public:
 
     static LinuxLog& Instance();
 
-    bool IsLoggable(int level) const { return level >= level_.load(std::memory_order_relaxed); }
-    void Print(int level, unsigned int domain, const char* tag, const char* fmt, va_list args);
+    void Print(int level, unsigned int domain, const char* tag, const char* fmt,
+               va_list args) override;
     // The layer's own lines (device problems), tagged "LinuxPlatform".
     void Write(int level, const std::string& message);
-    bool IsDeviceLineLoggable(int level) const
-    {
-        return level >= std::min(level_.load(std::memory_order_relaxed), kDeviceLevel);
-    }
-    void SetLevel(int level) { level_.store(level, std::memory_order_relaxed); }
+    bool IsDeviceLineLoggable(int level) const { return level >= std::min(Level(), kDeviceLevel); }
     void SetDestination(LogDestination destination);
     void SetSink(std::function<void(int, const std::string&)> sink);
 
@@ -38,7 +33,6 @@ private:
     LinuxLog() = default;
     void Emit(int level, unsigned int domain, const std::string& tag, const std::string& message);
 
-    std::atomic<int> level_{kOff};
     std::mutex mutex_;
     LogDestination destination_ = LogDestination::STDERR;
     bool syslogOpen_ = false;

@@ -4,7 +4,6 @@
 #include <pthread.h>
 
 #include <atomic>
-#include <cstdarg>
 
 #include "device_watcher.h"
 #include "iio_sensor_service.h"
@@ -137,26 +136,12 @@ InputService& TheInputService()
     return Linux::LinuxInputService::Instance();
 }
 
+LogService& TheLogService()
+{
+    return LinuxLog::Instance();
+}
+
 }  // namespace Tarvo::Platform
-
-extern "C" {
-
-int PlatformLogPrint(PlatformLogType /*type*/, PlatformLogLevel level, unsigned int domain,
-                     const char* tag, const char* fmt, ...)
-{
-    va_list args;
-    va_start(args, fmt);
-    LinuxLog::Instance().Print(level, domain, tag, fmt, args);
-    va_end(args);
-    return 0;
-}
-
-bool PlatformLogIsLoggable(unsigned int /*domain*/, const char* /*tag*/, PlatformLogLevel level)
-{
-    return LinuxLog::Instance().IsLoggable(level);
-}
-
-}  // extern "C"
 
 namespace Tarvo {
 
