@@ -52,6 +52,32 @@ void OptionParser::OptionalValue(
     options_.push_back(std::move(option));
 }
 
+void OptionParser::LogLevel(const std::string& name, int& level)
+{
+    Value(name, "a level", [&level](const std::string& value, std::string& problem) {
+        return ParseLogLevel(value, level, problem);
+    });
+}
+
+void OptionParser::DisplaySize(const std::string& name, int32_t& width, int32_t& height)
+{
+    Value(name, "a size", [&width, &height](const std::string& value, std::string& problem) {
+        return ParseDisplaySize(value, width, height, problem);
+    });
+}
+
+bool OptionParser::ParseWithoutOperands(const std::vector<std::string>& args, std::string& error)
+{
+    if (!Parse(args, error)) {
+        return false;
+    }
+    if (!operands_.empty()) {
+        error = "unexpected argument " + Quote(operands_.front());
+        return false;
+    }
+    return true;
+}
+
 const OptionParser::Option* OptionParser::Find(const std::string& name) const
 {
     for (const Option& option : options_) {

@@ -30,10 +30,15 @@ public:
     void OptionalValue(
         const std::string& name,
         std::function<bool(const std::optional<std::string>& value, std::string& problem)> set);
+    // The values several programs take alike, read by the functions below.
+    void LogLevel(const std::string& name, int& level);
+    void DisplaySize(const std::string& name, int32_t& width, int32_t& height);
 
     // False with `error` set. Operands are what is not an option: "-"
     // and anything not starting with "-"; "--" makes the rest operands.
     bool Parse(const std::vector<std::string>& args, std::string& error);
+    // For programs that take no operands: one left over is "unexpected argument 'x'".
+    bool ParseWithoutOperands(const std::vector<std::string>& args, std::string& error);
 
     bool Help() const { return help_; }
     bool Version() const { return version_; }

@@ -117,9 +117,7 @@ bool ImportOptions::Parse(const std::vector<std::string>& args, ImportOptions& o
         "--interval-ms", "an interval", [&options](const std::string& value, std::string& problem) {
             return Tools::ParseNumber(value, 1, 60000, options.intervalMs, problem, "interval");
         });
-    parser.Value("--display", "a size", [&options](const std::string& value, std::string& problem) {
-        return Tools::ParseDisplaySize(value, options.width, options.height, problem);
-    });
+    parser.DisplaySize("--display", options.width, options.height);
     parser.Value("--rotate", "an angle", set(ParseRotation, options.rotate));
     parser.Value("--enable", "motion types", set(ParseEnable, options.enable));
     parser.Value("--axes", "XMAX,YMAX", set(ParseAxes, options.axes));

@@ -20,26 +20,18 @@ bool LiveOptions::Parse(const std::vector<std::string>& args, LiveOptions& optio
     parser.Path("--sysfs-root", options.sysfsRoot);
     parser.Path("--touch-device", options.touchDevice);
     parser.Path("--plugin", options.plugin);
-    parser.Value("--display", "a size", [&options](const std::string& value, std::string& problem) {
-        return ParseDisplaySize(value, options.displayWidth, options.displayHeight, problem);
-    });
-    parser.Value("--log", "a level", [&options](const std::string& value, std::string& problem) {
-        return ParseLogLevel(value, options.logLevel, problem);
-    });
+    parser.DisplaySize("--display", options.displayWidth, options.displayHeight);
+    parser.LogLevel("--log", options.logLevel);
     parser.Value("--duration", "a number of seconds",
                  [&options](const std::string& value, std::string& problem) {
                      constexpr double kYear = 365.0 * 24 * 3600;
                      return ParseNumber(value, 0.001, kYear, options.duration, problem, "duration");
                  });
-    if (!parser.Parse(args, error)) {
+    if (!parser.ParseWithoutOperands(args, error)) {
         return false;
     }
     options.help = parser.Help();
     options.version = parser.Version();
-    if (!parser.Operands().empty()) {
-        error = "unexpected argument " + Quote(parser.Operands().front());
-        return false;
-    }
     return true;
 }
 

@@ -24,25 +24,14 @@ bool MotiondOptions::Parse(const std::vector<std::string>& args, MotiondOptions&
                      options.gestureGroup = value;
                      return true;
                  });
-    parser.Value("--display", "a size", [&options](const std::string& value, std::string& problem) {
-        return ParseDisplaySize(value, options.displayWidth, options.displayHeight, problem);
-    });
-    parser.Value("--log", "a level", [&options](const std::string& value, std::string& problem) {
-        return ParseLogLevel(value, options.logLevel, problem);
-    });
-    parser.Value("--library-log", "a level",
-                 [&options](const std::string& value, std::string& problem) {
-                     return ParseLogLevel(value, options.libraryLogLevel, problem);
-                 });
-    if (!parser.Parse(args, error)) {
+    parser.DisplaySize("--display", options.displayWidth, options.displayHeight);
+    parser.LogLevel("--log", options.logLevel);
+    parser.LogLevel("--library-log", options.libraryLogLevel);
+    if (!parser.ParseWithoutOperands(args, error)) {
         return false;
     }
     options.help = parser.Help();
     options.version = parser.Version();
-    if (!parser.Operands().empty()) {
-        error = "unexpected argument " + Quote(parser.Operands().front());
-        return false;
-    }
     return true;
 }
 

@@ -47,9 +47,7 @@ bool ReplayOptions::Parse(const std::vector<std::string>& args, ReplayOptions& o
     parser.Flag("--json", options.json);
     parser.Flag("--sync-every-record", options.syncEveryRecord);
     parser.Flag("--records", options.records);
-    parser.Value("--log", "a level", [&options](const std::string& value, std::string& problem) {
-        return Tools::ParseLogLevel(value, options.logLevel, problem);
-    });
+    parser.LogLevel("--log", options.logLevel);
     parser.Value("--plugin", "a path", [&options](const std::string& value, std::string&) {
         options.plugin = value;
         return true;
