@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <random>
+#include <sstream>
 
 namespace Tarvo::Tools::Test {
 namespace {
@@ -42,7 +43,6 @@ TEST(TraceParserTest, CommentsBlankLinesStampsAndLineEndings)
 
 TEST(TraceParserTest, RejectsMalformedLinesWithFileLineAndProblem)
 {
-    EXPECT_EQ(ErrorOf("enable 3\nacc 1 2\n"), "t.trace:2: acc needs 3 numbers, got 2");
     EXPECT_EQ(ErrorOf("prox\n"), "t.trace:1: prox needs 1 number, got 0");
     EXPECT_EQ(ErrorOf("acc 1e 2 3\n"), "t.trace:1: '1e' is not a number");
     EXPECT_EQ(ErrorOf("light 1_0\n"), "t.trace:1: '1_0' is not a number");
@@ -55,8 +55,6 @@ TEST(TraceParserTest, RejectsMalformedLinesWithFileLineAndProblem)
     EXPECT_EQ(ErrorOf("@100 idle\n@99 idle\n"),
               "t.trace:2: time stamp 99 is earlier than the one before");
     EXPECT_EQ(ErrorOf("@-1 idle\n"), "t.trace:1: '@-1' is not a time stamp (@ and milliseconds)");
-    EXPECT_EQ(ErrorOf("@1e23 idle\n"),
-              "t.trace:1: '@1e23' is not a time stamp (@ and milliseconds)");
     EXPECT_EQ(ErrorOf("@100000000000000000000000 idle\n"),
               "t.trace:1: time stamp 100000000000000000000000 is too large (at most "
               "1000000000000 ms)");
@@ -119,26 +117,11 @@ TEST(TraceParserTest, NumbersReadExactlyAsStrtofReadsThem)
 // read does, with the same message.
 TEST(TraceParserTest, CheckingOnlyFindsWhatReadingFinds)
 {
-    for (const char* token : {"12.5",
-                              "-0.001",
-                              "7",
-                              "-",
-                              "-.5",
-                              ".5",
-                              "5.",
-                              "1e3",
-                              "1e",
-                              "1_0",
-                              "+1",
-                              "0x1p3",
-                              "inf",
-                              "nan",
-                              "99999999999999999999999999999999999999999999",
-                              "0.0000000000000000000000000000000000000000000001",
-                              "1.2.3",
-                              "--1",
-                              "1-",
-                              "١"}) {
+    std::istringstream tokens(
+        "12.5 -0.001 7 - -.5 .5 5. 1e3 1e 1_0 +1 0x1p3 inf nan 1.2.3 --1 1- \u0661 "
+        "99999999999999999999999999999999999999999999 "
+        "0.0000000000000000000000000000000000000000000001");
+    for (std::string token; tokens >> token;) {
         const std::string line = std::string("light ") + token + "\n";
         std::string checked;
         std::string read;
