@@ -8,7 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <random>
-#include <sstream>
+
+#include "text_file.h"
 
 namespace Tarvo::Tools::Test {
 namespace {
@@ -87,59 +88,65 @@ TEST(TraceParserTest, StampsStartAfreshInEveryFileAndOutOfRangeFloatsSaturate)
     EXPECT_EQ(records[2].floats[2], 0.0F);
 }
 
-TEST(TraceParserTest, NumbersReadExactlyAsStrtofReadsThem)
+// A number is whatever strtof reads whole, read to the same bits; a check that skips
+// converting plain decimals accepts and rejects exactly what a full read does.
+TEST(TraceParserTest, NumbersReadAsStrtofReadsThemAndCheckedAsRead)
 {
+    std::vector<std::string> tokens = {"12.5",
+                                       "-0.001",
+                                       "7",
+                                       "-",
+                                       "-.5",
+                                       ".5",
+                                       "5.",
+                                       "1e3",
+                                       "1e",
+                                       "1_0",
+                                       "+1",
+                                       "+3.5",
+                                       "0x1p-3",
+                                       "inf",
+                                       "-inf",
+                                       "nan",
+                                       "1.2.3",
+                                       "--1",
+                                       "1-",
+                                       "\u0661",
+                                       "1e-40",
+                                       "3.4028236e38",
+                                       "99999999999999999999999999999999999999999999",
+                                       "0.0000000000000000000000000000000000000000000001"};
     std::mt19937 random(7);
-    std::string text;
-    std::vector<std::string> tokens;
     for (int i = 0; i < 3000; ++i) {
         char token[64];
         const int digits = 1 + static_cast<int>(random() % 9);
         std::snprintf(token, sizeof(token), "%s%.*fe%d", random() % 3 == 0 ? "-" : "", digits,
                       static_cast<double>(random()) / 1e6, static_cast<int>(random() % 90) - 45);
         tokens.push_back(token);
-        text += std::string("light ") + token + "\n";
     }
-    for (const char* special : {"nan", "-inf", "+3.5", "0x1p-3", "1e-40", "3.4028236e38"}) {
-        tokens.push_back(special);
-        text += std::string("light ") + special + "\n";
-    }
-    const auto records = Parse(text);
-    ASSERT_EQ(records.size(), tokens.size());
-    for (size_t i = 0; i < tokens.size(); ++i) {
-        const float expected = std::strtof(tokens[i].c_str(), nullptr);
-        const float got = records[i].floats[0];
-        EXPECT_EQ(std::memcmp(&expected, &got, sizeof(float)), 0) << tokens[i];
-    }
-}
-
-// A check that skips converting plain decimals accepts and rejects exactly what a full
-// read does, with the same message.
-TEST(TraceParserTest, CheckingOnlyFindsWhatReadingFinds)
-{
-    std::istringstream tokens(
-        "12.5 -0.001 7 - -.5 .5 5. 1e3 1e 1_0 +1 0x1p3 inf nan 1.2.3 --1 1- \u0661 "
-        "99999999999999999999999999999999999999999999 "
-        "0.0000000000000000000000000000000000000000000001");
-    for (std::string token; tokens >> token;) {
-        const std::string line = std::string("light ") + token + "\n";
-        std::string checked;
-        std::string read;
+    for (const std::string& token : tokens) {
+        std::string outcome[2];  // checked, read
+        float read = 0.0F;
         for (const bool checkOnly : {true, false}) {
-            std::FILE* file = std::tmpfile();
-            std::fputs(line.c_str(), file);
-            std::rewind(file);
-            TraceParser parser("t.trace", file);
+            Tarvo::Test::TextFile file("light " + token + "\n");
+            TraceParser parser("t.trace", file.File());
             if (checkOnly) {
                 parser.CheckOnly();
             }
             TraceRecord record;
             std::string error;
-            const bool ok = parser.Next(record, error);
-            (checkOnly ? checked : read) = ok ? "ok" : error;
-            std::fclose(file);
+            outcome[checkOnly ? 0 : 1] = parser.Next(record, error) ? "ok" : error;
+            read = record.floats.empty() ? 0.0F : record.floats[0];
         }
-        EXPECT_EQ(checked, read) << token;
+        EXPECT_EQ(outcome[0], outcome[1]) << token;
+        char* end = nullptr;
+        const float expected = std::strtof(token.c_str(), &end);
+        if (end != token.c_str() && *end == '\0') {
+            ASSERT_EQ(outcome[1], "ok") << token;
+            EXPECT_EQ(std::memcmp(&expected, &read, sizeof(float)), 0) << token;
+        } else {
+            EXPECT_EQ(outcome[1], "t.trace:1: '" + token + "' is not a number");
+        }
     }
 }
 
