@@ -5,25 +5,15 @@
 
 #include <unistd.h>
 
-#include <cstdio>
 #include <fstream>
+
+#include "memory_file.h"
 
 namespace Tarvo::Import::Test {
 namespace {
 
 using testing::HasSubstr;
 using testing::Not;
-
-std::string Contents(std::FILE* file)
-{
-    std::rewind(file);
-    std::string text;
-    for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file)) {
-        text += static_cast<char>(c);
-    }
-    std::fclose(file);
-    return text;
-}
 
 class ImporterTest : public testing::Test {
 protected:
@@ -51,13 +41,12 @@ protected:
     bool Import(std::vector<std::string> files, ImportOptions options = {})
     {
         options.files = std::move(files);
-        std::FILE* out = std::tmpfile();
-        std::FILE* warnings = std::tmpfile();
-        Tools::TraceWriter writer(out);
-        Importer importer(options, writer, warnings);
-        const bool ok = importer.Run(error);
-        trace = Contents(out);
-        warned = Contents(warnings);
+        Tarvo::Test::MemoryFile out;
+        Tarvo::Test::MemoryFile warnings;
+        Tools::TraceWriter writer(out.File());
+        const bool ok = Importer(options, writer, warnings.File()).Run(error);
+        trace = out.Text();
+        warned = warnings.Text();
         return ok;
     }
 
