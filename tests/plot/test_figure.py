@@ -5,7 +5,7 @@ import io
 import pytest
 
 from conftest import needs_replay
-from quil_plot.figure import AXIS_COLOURS, draw, spread
+from quil_plot.figure import draw, spread
 from quil_plot.replay import CallResult, Report
 
 
@@ -70,12 +70,6 @@ class TestPanels:
             "@0 touch down 0 40 1500 0\n@16 touch up 0 40 1500 0\n", [], [])
         assert texts(fig).count("touch axes guessed (largest values seen)") == 2  # x and y
         assert any("touch axes guessed" in ax.get_title() for ax in fig.axes)
-
-    def test_the_magnitude_is_drawn_above_z(self, figure_of):
-        fig = figure_of("@0 acc 0 0 9.8\n@100 acc 0 0 9.8\n", [], [])
-        ax = next(ax for ax in fig.axes if ax.get_ylabel().startswith("acceleration"))
-        by_colour = {line.get_color(): line for line in ax.get_lines()}
-        assert by_colour[AXIS_COLOURS["|a|"]].get_zorder() > by_colour[AXIS_COLOURS["z"]].get_zorder()
 
     def test_long_and_unstamped_traces_change_the_time_unit(self, figure_of):
         long = figure_of("@0 acc 0 0 9.8\n@60000 acc 0 0 9.8\n", [], [])

@@ -1,6 +1,6 @@
 import pytest
 
-from conftest import needs_replay, replay_program
+from conftest import needs_replay
 from quil_plot.trace import TraceError
 
 pytestmark = needs_replay
@@ -70,10 +70,3 @@ class TestOneReading:
             trace_of("# ok\nidle\nacc 1 2\fx 3\n", "bad.trace")
         assert "bad.trace:3: '2\\x0cx' is not a number" in str(caught.value)
         assert caught.value.exit_code == 2
-
-    def test_unreadable_files(self, tmp_path):
-        from quil_plot.trace import read_trace
-        with pytest.raises(TraceError, match="cannot be read"):
-            read_trace(str(tmp_path / "missing.trace"), replay_program())
-        with pytest.raises(TraceError, match="is a directory"):
-            read_trace(str(tmp_path), replay_program())
