@@ -59,10 +59,6 @@ class TestGestures:
         assert [m.label for m in marks] == ["open (0) \u00d72.525", "\u00d72.69", "end \u00d74.34"]
         assert len(spans) == 1 and spans[0].start == 122 and spans[0].end == 264
 
-    def test_an_unfinished_gesture_spans_to_the_end_of_the_trace(self):
-        marks, spans = build_marks([report(10, 9, 1, 1, direction=1, move=100.0)], 90)
-        assert [(s.start, s.end, s.finished) for s in spans] == [(10, 90, False)]
-
     def test_gestures_of_two_types_are_tracked_apart(self):
         reports = [
             report(0, 12, 1, 1, action=1, move=0.8),

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -75,17 +74,6 @@ TEST(TraceParserTest, RejectsMalformedLinesWithFileLineAndProblem)
     // Bytes of a binary file come out escaped, not as a nul that cuts the message short.
     EXPECT_EQ(ErrorOf(std::string("enable 3\0\x1b\n", 11)),
               "t.trace:1: '3\\x00\\x1b' is not an integer");
-}
-
-TEST(TraceParserTest, StampsStartAfreshInEveryFileAndOutOfRangeFloatsSaturate)
-{
-    std::vector<TraceRecord> records;
-    std::string error;
-    ASSERT_TRUE(TraceParser::ParseText("a", "@500 idle\n", records, error));
-    ASSERT_TRUE(TraceParser::ParseText("b", "@0 idle\nacc 1e39 -1e39 1e-50\n", records, error));
-    EXPECT_TRUE(std::isinf(records[2].floats[0]));
-    EXPECT_LT(records[2].floats[1], 0.0F);
-    EXPECT_EQ(records[2].floats[2], 0.0F);
 }
 
 // A number is whatever strtof reads whole, read to the same bits; a check that skips
