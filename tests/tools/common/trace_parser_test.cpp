@@ -55,9 +55,6 @@ TEST(TraceParserTest, RejectsMalformedLinesWithFileLineAndProblem)
     EXPECT_EQ(ErrorOf("@100 idle\n@99 idle\n"),
               "t.trace:2: time stamp 99 is earlier than the one before");
     EXPECT_EQ(ErrorOf("@-1 idle\n"), "t.trace:1: '@-1' is not a time stamp (@ and milliseconds)");
-    EXPECT_EQ(ErrorOf("@100000000000000000000000 idle\n"),
-              "t.trace:1: time stamp 100000000000000000000000 is too large (at most "
-              "1000000000000 ms)");
     EXPECT_EQ(ErrorOf("@1000000000000.5 idle\n"),
               "t.trace:1: time stamp 1000000000000.5 is too large (at most 1000000000000 ms)");
     EXPECT_EQ(ErrorOf("touch press 0 1 2 0\n"),
