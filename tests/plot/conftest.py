@@ -1,6 +1,8 @@
 import os
 import sys
 
+import pytest
+
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(os.path.dirname(HERE))
 TOOL_DIR = os.path.join(ROOT, "tools", "quil_plot")
@@ -13,11 +15,17 @@ def replay_program():
     return path if os.access(path, os.X_OK) else None
 
 
-def trace_of(text, tmp_dir, name="t.trace"):
-    """The trace `text` (str or bytes) as quil-plot reads it, through quil-replay."""
+needs_replay = pytest.mark.skipif(replay_program() is None, reason="quil-replay is not built")
+
+
+@pytest.fixture
+def trace_of(tmp_path):
+    """Reads a trace `text` (str or bytes) as quil-plot does, through quil-replay."""
     from quil_plot.trace import read_trace
 
-    path = os.path.join(str(tmp_dir), name)
-    with open(path, "wb") as f:
-        f.write(text.encode("utf-8") if isinstance(text, str) else text)
-    return read_trace(path, replay_program())
+    def read(text, name="t.trace"):
+        path = tmp_path / name
+        path.write_bytes(text.encode("utf-8") if isinstance(text, str) else text)
+        return read_trace(str(path), replay_program())
+
+    return read

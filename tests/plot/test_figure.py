@@ -1,11 +1,11 @@
 """What the figure shows, read back from the figure itself."""
 
-import tempfile
+import io
 
 import pytest
 
-from conftest import replay_program, trace_of
-from quil_plot.figure import AXIS_COLOURS, draw, spread
+from conftest import needs_replay
+from quil_plot.figure import draw, spread
 from quil_plot.replay import CallResult, Report
 
 
@@ -19,20 +19,16 @@ def texts(fig):
     return found
 
 
-pytestmark = pytest.mark.skipif(replay_program() is None, reason="quil-replay is not built")
+pytestmark = needs_replay
 
 
-def trace_of_text(text):
-    with tempfile.TemporaryDirectory() as scratch:
-        return trace_of(text, scratch, "x.trace")
-
-
-def figure_of(text, reports, calls):
-    return draw(trace_of_text(text), reports, calls)
+@pytest.fixture
+def figure_of(trace_of):
+    return lambda text, reports, calls: draw(trace_of(text), reports, calls)
 
 
 class TestPanels:
-    def test_sensor_trace_shows_acceleration_light_proximity_and_every_report(self):
+    def test_sensor_trace_shows_acceleration_light_proximity_and_every_report(self, figure_of):
         fig = figure_of(
             "# pocket\n@0 light 300\n@0 prox 5\n@0 acc 0 0 9.8\n@100 acc 0 0 -9.8\n",
             [Report(0, 7, 0, -1, -1, -1, -1, 0.0), Report(100, 7, 1, -1, -1, -1, -1, 0.0)],
@@ -48,13 +44,13 @@ class TestPanels:
         assert "time (ms)" in shown
         assert "device" not in shown
 
-    def test_device_records_get_a_lane_of_their_own(self):
+    def test_device_records_get_a_lane_of_their_own(self, figure_of):
         fig = figure_of("fail ActivateSensor 12\nenable 2\n", [], [CallResult(1, "enable", 2, -1)])
         shown = texts(fig)
         assert "device" in shown and "fail ActivateSensor 12" in shown
         assert "+2\u2717-1" in shown
 
-    def test_touch_trace_shows_tracks_and_the_display_panel(self):
+    def test_touch_trace_shows_tracks_and_the_display_panel(self, figure_of):
         fig = figure_of(
             "@0 touch down 0 40 1500 0\n@16 touch move 0 160 1505 0\n@32 touch up 0 160 1505 0\n",
             [Report(16, 10, 1, 1, -1, 3, -1, 120.0), Report(32, 10, 2, 3, -1, 3, -1, 120.0)],
@@ -68,20 +64,14 @@ class TestPanels:
         assert "acceleration" not in " ".join(shown)
         assert not any("guessed" in text for text in shown + [ax.get_title() for ax in fig.axes])
 
-    def test_touches_scaled_from_guessed_axes_are_marked(self):
+    def test_touches_scaled_from_guessed_axes_are_marked(self, figure_of):
         fig = figure_of(
             "# x.txt: getevent, X 0..9, Y 0..9 from the largest values seen (touch axes guessed)\n"
             "@0 touch down 0 40 1500 0\n@16 touch up 0 40 1500 0\n", [], [])
         assert texts(fig).count("touch axes guessed (largest values seen)") == 2  # x and y
         assert any("touch axes guessed" in ax.get_title() for ax in fig.axes)
 
-    def test_the_magnitude_is_drawn_above_z(self):
-        fig = figure_of("@0 acc 0 0 9.8\n@100 acc 0 0 9.8\n", [], [])
-        ax = next(ax for ax in fig.axes if ax.get_ylabel().startswith("acceleration"))
-        by_colour = {line.get_color(): line for line in ax.get_lines()}
-        assert by_colour[AXIS_COLOURS["|a|"]].get_zorder() > by_colour[AXIS_COLOURS["z"]].get_zorder()
-
-    def test_long_and_unstamped_traces_change_the_time_unit(self):
+    def test_long_and_unstamped_traces_change_the_time_unit(self, figure_of):
         long = figure_of("@0 acc 0 0 9.8\n@60000 acc 0 0 9.8\n", [], [])
         assert "time (s)" in texts(long)
         unstamped = figure_of("idle\nidle\n", [], [CallResult(0, "idle", None, True),
@@ -90,8 +80,7 @@ class TestPanels:
         assert any(label.startswith("record number") for label in shown)
         assert "no reports" in shown
 
-
-    def test_hostile_values_are_drawn_not_crashed_on(self, tmp_path):
+    def test_hostile_values_are_drawn_not_crashed_on(self, figure_of, tmp_path):
         fig = figure_of(
             "@0 acc nan inf -inf\n@1 acc 1e38 0 0\n@2 prox nan\n@3 light -inf\n"
             "@4 touch down 0 2147483647 -2147483648 0\n@5 touch up 0 5 5 -\n",
@@ -99,30 +88,28 @@ class TestPanels:
         fig.savefig(tmp_path / "x.png")
         assert "result 7" in texts(fig)
 
-
-    def test_text_from_the_trace_is_never_markup(self):
-        import io
-
+    def test_text_from_the_trace_is_never_markup(self, figure_of):
         fig = figure_of("# cost $\\frac{a}{$ here\nenable 3\n", [], [CallResult(0, "enable", 3, 0)])
         assert any("cost $\\frac{a}{$ here" in text for text in texts(fig))
         fig.savefig(io.BytesIO(), format="svg")
 
+
 class TestTitle:
-    def test_the_path_and_leading_comments_on_one_line(self):
-        trace = trace_of_text("# " + "word " * 200 + "\nenable 3\n")
+    def test_the_path_and_leading_comments_on_one_line(self, trace_of):
+        trace = trace_of("# " + "word " * 200 + "\nenable 3\n")
         title = draw(trace, [], []).texts[0].get_text()
         assert "\n" not in title
         assert title.startswith(trace.path + " \u2014 word word") and title.endswith("\u2026")
         assert len(title) < 200
 
-    def test_a_long_path_is_cut_to_the_line(self):
-        trace = trace_of_text("enable 3\n")
+    def test_a_long_path_is_cut_to_the_line(self, trace_of):
+        trace = trace_of("enable 3\n")
         trace.path = "/" + "d" * 300 + "/x.trace"
         title = draw(trace, [], []).texts[0].get_text()
         assert title.startswith("/ddd") and title.endswith("\u2026") and len(title) < 250
 
-    def test_a_given_title_replaces_them(self):
-        trace = trace_of_text("# from the trace\nenable 3\n")
+    def test_a_given_title_replaces_them(self, trace_of):
+        trace = trace_of("# from the trace\nenable 3\n")
         assert draw(trace, [], [], title="mine").texts[0].get_text() == "mine"
 
 

@@ -1,3 +1,5 @@
+import pytest
+
 from quil_plot.marks import build_marks, call_label, group_calls, lanes, report_label, stagger
 from quil_plot.replay import CallResult, Report
 
@@ -6,21 +8,22 @@ def report(t, type_, result=1, status=-1, action=-1, direction=-1, rotate=-1, mo
     return Report(t, type_, result, status, action, direction, rotate, move)
 
 
-class TestDeviceMotionLabels:
-    def test_results_in_words_with_their_code(self):
-        assert report_label(report(0, 3, result=1)) == "flipped (1)"
-        assert report_label(report(0, 3, result=0)) == "flip left (0)"
-        assert report_label(report(0, 7, result=1)) == "in pocket (1)"
-        assert report_label(report(0, 6, result=0)) == "calm (0)"
-        assert report_label(report(0, 2, result=5)) == "result (5)"
+@pytest.mark.parametrize("data, label", [
+    (report(0, 3, result=1), "flipped (1)"),
+    (report(0, 3, result=0), "flip left (0)"),
+    (report(0, 7, result=1), "in pocket (1)"),
+    (report(0, 6, result=0), "calm (0)"),
+    (report(0, 2, result=5), "result (5)"),
+    (report(0, 4, rotate=3), "turned left (3)"),  # rotation by its rotate code
+    (report(0, 4, rotate=2), "upside down (2)"),
+    (report(0, 42, result=7), "result 7"),  # an unknown type
+    (report(0, 13, 1, 1, direction=0, move=0.0), "\u2191 (0)"),  # a slide: its direction
+])
+def test_report_labels_say_the_result_in_words_with_its_code(data, label):
+    assert report_label(data) == label
 
-    def test_rotation_is_labelled_by_its_rotate_code(self):
-        assert report_label(report(0, 4, rotate=3)) == "turned left (3)"
-        assert report_label(report(0, 4, rotate=2)) == "upside down (2)"
 
-    def test_unknown_type(self):
-        assert report_label(report(0, 42, result=7)) == "result 7"
-
+class TestDeviceMotionSpans:
     def test_a_held_motion_spans_from_its_result_1_to_the_next_report(self):
         reports = [report(0, 7, result=0), report(100, 7, result=1), report(300, 7, result=0),
                    report(400, 6, result=1)]
@@ -55,13 +58,6 @@ class TestGestures:
         marks, spans = build_marks(reports, 300)
         assert [m.label for m in marks] == ["open (0) \u00d72.525", "\u00d72.69", "end \u00d74.34"]
         assert len(spans) == 1 and spans[0].start == 122 and spans[0].end == 264
-
-    def test_slide_start_shows_its_direction_alone(self):
-        assert report_label(report(0, 13, 1, 1, direction=0, move=0.0)) == "\u2191 (0)"
-
-    def test_an_unfinished_gesture_spans_to_the_end_of_the_trace(self):
-        marks, spans = build_marks([report(10, 9, 1, 1, direction=1, move=100.0)], 90)
-        assert [(s.start, s.end, s.finished) for s in spans] == [(10, 90, False)]
 
     def test_gestures_of_two_types_are_tracked_apart(self):
         reports = [

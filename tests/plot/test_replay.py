@@ -1,23 +1,15 @@
-import os
 import stat
 
 import pytest
 
+from conftest import needs_replay
 from quil_plot.replay import ReplayError, find_replay, parse_replay
-import tempfile
-
-from conftest import replay_program, trace_of
 
 
-def trace_calls(text):
-    with tempfile.TemporaryDirectory() as scratch:
-        return trace_of(text, scratch).calls
-
-
-@pytest.mark.skipif(replay_program() is None, reason="quil-replay is not built")
+@needs_replay
 class TestParse:
-    def test_reports_and_calls_with_their_times(self):
-        calls = trace_calls("enable 3\n@100 acc 0 0 9.8\n@300 idle\n@400 disable 3\n")
+    def test_reports_and_calls_with_their_times(self, trace_of):
+        calls = trace_of("enable 3\n@100 acc 0 0 9.8\n@300 idle\n@400 disable 3\n").calls
         lines = [
             '{"call":"enable","arg":3,"result":0}',
             '{"t":200,"report":{"type":3,"result":1,"status":-1,"action":-1,'
@@ -33,8 +25,8 @@ class TestParse:
             (400.0, "disable", 3, -1, True),
         ]
 
-    def test_unstamped_lines_take_their_times_from_the_trace_and_the_line_before(self):
-        calls = trace_calls("@0 idle\n@50 acc 1 1 1\nenable 12\n")
+    def test_unstamped_lines_take_their_times_from_the_trace_and_the_line_before(self, trace_of):
+        calls = trace_of("@0 idle\n@50 acc 1 1 1\nenable 12\n").calls
         lines = [
             '{"t":0,"call":"idle","result":true}',
             '{"call":"enable","arg":12,"result":0}',
@@ -65,9 +57,9 @@ class TestParse:
         assert problem in str(caught.value)
         assert caught.value.exit_code == 2
 
-    def test_the_replay_of_another_trace_is_refused(self):
+    def test_the_replay_of_another_trace_is_refused(self, trace_of):
         with pytest.raises(ReplayError, match="has 0 host calls but the trace has 1"):
-            parse_replay([], trace_calls("enable 3\n"))
+            parse_replay([], trace_of("enable 3\n").calls)
 
 
 def executable(path):
@@ -103,5 +95,3 @@ class TestFind:
         monkeypatch.delenv("QUIL_REPLAY", raising=False)
         with pytest.raises(ReplayError, match="cannot find quil-replay"):
             find_replay(None, str(tmp_path), str(tmp_path))
-        with pytest.raises(ReplayError, match="is not an executable file"):
-            find_replay(os.path.join(str(tmp_path), "nope"), None)

@@ -1,5 +1,5 @@
 // The programs' one way of reading input: any stream is read once and can be read again
-// from the start; lines are bounded.
+// from the start; lines are bounded, and a stream's lines come as they are written.
 #include "input_file.h"
 
 #include <gmock/gmock.h>
@@ -7,7 +7,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
+#include <future>
 #include <string>
 #include <thread>
 
@@ -77,6 +79,31 @@ TEST(LineReaderTest, ALongLineIsAnErrorAtItsNumberAndTheBufferStaysBounded)
                               std::string(" (more than 65536 bytes)").size());
     EXPECT_THAT(all, HasSubstr("|f:3: line too long (more than 65536 bytes)"));
     std::fclose(file);
+}
+
+// A FIFO's writer may write one line and wait: the reader must hand it out at once.
+TEST(LineReaderTest, AStreamHandsOutEachLineAsItComes)
+{
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    std::FILE* in = fdopen(fds[0], "r");
+    LineReader reader("fifo", in);
+    reader.SetStreaming();
+    std::string error;
+    std::string_view line;
+    ASSERT_EQ(write(fds[1], "acc 1 2 3\nlight", 15), 15);
+    auto first = std::async(std::launch::async, [&] { return reader.Next(line, error); });
+    ASSERT_EQ(first.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+    EXPECT_TRUE(first.get());
+    EXPECT_EQ(line, "acc 1 2 3");
+    ASSERT_EQ(write(fds[1], " 5\n", 3), 3);
+    close(fds[1]);
+    EXPECT_TRUE(reader.Next(line, error));
+    EXPECT_EQ(line, "light 5");
+    EXPECT_FALSE(reader.Next(line, error));
+    EXPECT_EQ(error, "");
+    EXPECT_EQ(reader.Line(), 2);
+    std::fclose(in);
 }
 
 }  // namespace

@@ -2,32 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <limits>
+
+#include "memory_file.h"
 
 namespace Tarvo::Tools::Test {
 namespace {
-
-// Captures what a writer prints.
-class OutputWriterTest : public testing::Test {
-protected:
-    void SetUp() override { file_ = std::tmpfile(); }
-    void TearDown() override { std::fclose(file_); }
-
-    std::string Written()
-    {
-        std::fflush(file_);
-        std::rewind(file_);
-        std::string text;
-        char buffer[256];
-        while (std::fgets(buffer, sizeof(buffer), file_) != nullptr) {
-            text += buffer;
-        }
-        return text;
-    }
-
-    std::FILE* file_ = nullptr;
-};
 
 Quil::MotionData Flip()
 {
@@ -37,16 +17,17 @@ Quil::MotionData Flip()
     return data;
 }
 
-TEST_F(OutputWriterTest, JsonLinesCarryTypesAndStamps)
+TEST(OutputWriterTest, JsonLinesCarryTypesAndStamps)
 {
-    OutputWriter writer(file_, true);
+    Tarvo::Test::MemoryFile file;
+    OutputWriter writer(file.File(), true);
     writer.HostCall("enable", 3, 0, std::nullopt);
     writer.HostQuery("idle", std::nullopt, true, 12.5);
     writer.Report(Flip(), std::nullopt);
     Quil::MotionData pinch = Flip();
     pinch.move = 1.5;
     writer.Report(pinch, 300.0);
-    EXPECT_EQ(Written(),
+    EXPECT_EQ(file.Text(),
               "{\"call\":\"enable\",\"arg\":3,\"result\":0}\n"
               "{\"t\":12.5,\"call\":\"idle\",\"result\":true}\n"
               "{\"report\":{\"type\":3,\"result\":1,\"status\":-1,\"action\":-1,\"direction\":-1,"

