@@ -112,22 +112,6 @@ TEST_F(QuilLiveTest, SigtermStopsCleanlyWithEverythingDisabled)
     EXPECT_THAT(run.out, HasSubstr("\"call\":\"disable\",\"arg\":4,\"result\":0}"));
 }
 
-TEST_F(QuilLiveTest, AVanishingSensorIsReportedAndTheRunGoesOn)
-{
-    const std::string accel = AddAccel(0);
-    ChildProcess child;
-    ASSERT_TRUE(child.Start(Live({"--enable", "3"})));
-    ASSERT_TRUE(WaitForLines(child, "enable 3 -> 0", 1));
-    std::this_thread::sleep_for(std::chrono::milliseconds(250));
-    testbed_.Remove(accel);
-    std::this_thread::sleep_for(std::chrono::milliseconds(350));
-    child.Signal(SIGINT);
-    const Tarvo::Test::ChildResult run = child.Wait();
-    EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(LinesStartingWith(run.err, "E D002211/LinuxPlatform").size(), 1u) << run.err;
-    EXPECT_THAT(run.err, HasSubstr("accelerometer iio:device0 (accel) stopped delivering"));
-}
-
 // A FIFO where an attribute should be neither holds up the start nor the stop: the
 // device is reported and passed over, the run keeps its time.
 TEST_F(QuilLiveTest, AFifoInTheTreeIsPassedOverAndTheRunKeepsItsTime)
