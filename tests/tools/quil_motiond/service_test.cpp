@@ -59,32 +59,28 @@ class MotiondTest : public ServiceFixture {};
 
 TEST_F(MotiondTest, AClaimedFlipReachesQuilWatchAsQuilReplayPrintsIt)
 {
-    const std::string trace = std::string(QUIL_SOURCE_DIR) + "/examples/flip.trace";
+    // Time for both watchers to claim before the first sample.
+    const std::string trace = WriteFile("flip.trace", Flips(1, 100, 1000));
     StartService({"--replay", trace});
     ChildProcess watch;
+    ChildProcess json;
     ASSERT_TRUE(watch.Start({QUIL_WATCH_PATH, "--session", "monitor", "flip"}));
+    ASSERT_TRUE(json.Start({QUIL_WATCH_PATH, "--session", "monitor", "--json", "3"}));
     ASSERT_TRUE(WaitForOut(watch, "report ", 2)) << watch.Err() << ServiceLog();
-    const std::string expected = ReadFile(std::string(QUIL_SOURCE_DIR) + "/examples/flip.expected");
-    EXPECT_EQ(LinesStartingWith(watch.Out(), "report "), LinesStartingWith(expected, "report "));
-    watch.Signal(SIGTERM);
-    const ChildResult end = watch.Wait();
-    EXPECT_EQ(end.exitCode, 0) << end.err;
-    // The claim went with quil-watch, and with it the last user of flip.
-    EXPECT_TRUE(WaitForLog("disable 3 -> 0 (last claim released")) << ServiceLog();
-}
-
-TEST_F(MotiondTest, QuilWatchJsonIsQuilReplaysJson)
-{
-    const std::string trace = std::string(QUIL_SOURCE_DIR) + "/examples/flip.trace";
-    StartService({"--replay", trace});
-    ChildProcess watch;
-    ASSERT_TRUE(watch.Start({QUIL_WATCH_PATH, "--session", "monitor", "--json", "3"}));
-    ASSERT_TRUE(WaitForOut(watch, "\"report\"", 2)) << watch.Err();
-    const std::vector<std::string> lines = LinesStartingWith(watch.Out(), "{");
+    ASSERT_TRUE(WaitForOut(json, "\"report\"", 2)) << json.Err();
+    EXPECT_EQ(LinesStartingWith(watch.Out(), "report "), ExpectedReports(trace, 3));
+    const std::vector<std::string> lines = LinesStartingWith(json.Out(), "{");
     ASSERT_EQ(lines.size(), 2u);
     EXPECT_THAT(lines[0], MatchesRegex("\\{\"t\":[0-9.e+]+,\"report\":\\{\"type\":3,\"result\":1,"
                                        "\"status\":-1,\"action\":-1,\"direction\":-1,"
                                        "\"rotateAction\":-1,\"move\":0\\.0\\}\\}"));
+    for (ChildProcess* each : {&watch, &json}) {
+        each->Signal(SIGTERM);
+        const ChildResult end = each->Wait();
+        EXPECT_EQ(end.exitCode, 0) << end.err;
+    }
+    // The claims went with quil-watch, and with them the last users of flip.
+    EXPECT_TRUE(WaitForLog("disable 3 -> 0 (last claim released")) << ServiceLog();
 }
 
 TEST_F(MotiondTest, EachClientGetsOnlyTheTypesItClaimed)
@@ -131,13 +127,7 @@ TEST_F(MotiondTest, AKilledClientsClaimsAreReleasedAndItsTypesDisabled)
     EXPECT_TRUE(WaitForLog("disable 3 -> 0 (last claim gone with its client")) << ServiceLog();
 }
 
-// The name of a group the test's user is in, and of one it is not in.
-std::string OwnGroup()
-{
-    const group* own = getgrgid(getgid());
-    return own != nullptr ? own->gr_name : "";
-}
-
+// The name of a group the test's user is not in.
 std::string ForeignGroup()
 {
     std::vector<gid_t> mine(static_cast<size_t>(getgroups(0, nullptr)) + 1);
@@ -157,10 +147,10 @@ std::string ForeignGroup()
 
 TEST_F(MotiondTest, TouchGesturesOnlyForMembersOfTheGroup)
 {
+    const std::string idle = WriteFile("idle.trace", "@60000 acc 0 0 9.8\n");
     const std::string foreign = ForeignGroup();
     ASSERT_FALSE(foreign.empty()) << "no group the test's user is outside of";
-    StartService(
-        {"--replay", WriteFile("idle.trace", "@60000 acc 0 0 9.8\n"), "--gesture-group", foreign});
+    StartService({"--replay", idle, "--gesture-group", foreign});
     const ChildResult outsider = Client({"claim:9", "claim:13", "claim:3"});
     EXPECT_THAT(outsider.out,
                 HasSubstr("claim 9 error org.quilmotion.Motion1.Error.AccessDenied type 9 "
@@ -171,28 +161,20 @@ TEST_F(MotiondTest, TouchGesturesOnlyForMembersOfTheGroup)
                 HasSubstr("claim 13 error org.quilmotion.Motion1.Error.AccessDenied"));
     EXPECT_THAT(outsider.out, HasSubstr("claim 3 ok"));
     EXPECT_THAT(ServiceLog(), Not(HasSubstr("enable 9")));
-}
+    service_->Signal(SIGTERM);
+    ASSERT_EQ(service_->Wait().exitCode, 0);
 
-TEST_F(MotiondTest, TouchGesturesForMembersOfTheGroup)
-{
-    const std::string own = OwnGroup();
-    ASSERT_FALSE(own.empty());
-    StartService(
-        {"--replay", WriteFile("idle.trace", "@60000 acc 0 0 9.8\n"), "--gesture-group", own});
+    const group* own = getgrgid(getgid());
+    ASSERT_NE(own, nullptr);
+    StartService({"--replay", idle, "--gesture-group", own->gr_name});
     const ChildResult member = Client({"claim:9", "claim:12"});
     EXPECT_THAT(member.out, HasSubstr("claim 9 ok"));
     EXPECT_THAT(member.out, HasSubstr("claim 12 ok"));
     // Not on trust: the same client run as another user is refused.
-    if (getuid() == 0 && access("/usr/bin/setpriv", X_OK) == 0) {
-        std::vector<std::string> args = {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534",
-                                         "--clear-groups"};
-        for (const std::string& arg : ClientArgs({"claim:9"})) {
-            args.push_back(arg);
-        }
-        const ChildResult stranger = ChildProcess::Run(args);
-        EXPECT_THAT(stranger.out,
+    if (const auto stranger = ClientAsNobody({"claim:9"})) {
+        EXPECT_THAT(stranger->out,
                     HasSubstr("claim 9 error org.quilmotion.Motion1.Error.AccessDenied"))
-            << stranger.err;
+            << stranger->err;
     }
 }
 
@@ -382,34 +364,29 @@ TEST_F(MotiondTest, TheSystemBusPolicyLetsTheServiceServeAndPingItsClients)
     ASSERT_NE(policy.find(user), std::string::npos);
     policy.replace(policy.find(user), user.size(), "user=\"" + UserName() + "\"");
     WriteFile("policy.conf", policy);
-    WriteFile("system.conf",
-              "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration "
-              "1.0//EN\" \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-              "<busconfig>\n"
-              "  <type>system</type>\n"
-              "  <listen>unix:path=" +
-                  Path("bus") +
-                  "</listen>\n"
-                  "  <auth>EXTERNAL</auth>\n"
-                  "  <policy context=\"default\">\n"
-                  "    <allow user=\"*\"/>\n"
-                  "    <deny own=\"*\"/>\n"
-                  "    <deny send_type=\"method_call\"/>\n"
-                  "    <allow send_type=\"signal\"/>\n"
-                  "    <allow send_requested_reply=\"true\" send_type=\"method_return\"/>\n"
-                  "    <allow send_requested_reply=\"true\" send_type=\"error\"/>\n"
-                  "    <allow receive_type=\"method_call\"/>\n"
-                  "    <allow receive_type=\"method_return\"/>\n"
-                  "    <allow receive_type=\"error\"/>\n"
-                  "    <allow receive_type=\"signal\"/>\n"
-                  "    <allow send_destination=\"org.freedesktop.DBus\"\n"
-                  "           send_interface=\"org.freedesktop.DBus\"/>\n"
-                  "  </policy>\n"
-                  "  <include>" +
-                  Path("policy.conf") +
-                  "</include>\n"
-                  "</busconfig>\n");
-    StartBus(Path("system.conf"));
+    StartBus(
+        BusConfig("system.conf",
+                  "  <type>system</type>\n"
+                  "  <listen>unix:path=" +
+                      Path("bus") +
+                      "</listen>\n"
+                      "  <auth>EXTERNAL</auth>\n"
+                      "  <policy context=\"default\">\n"
+                      "    <allow user=\"*\"/>\n"
+                      "    <deny own=\"*\"/>\n"
+                      "    <deny send_type=\"method_call\"/>\n"
+                      "    <allow send_type=\"signal\"/>\n"
+                      "    <allow send_requested_reply=\"true\" send_type=\"method_return\"/>\n"
+                      "    <allow send_requested_reply=\"true\" send_type=\"error\"/>\n"
+                      "    <allow receive_type=\"method_call\"/>\n"
+                      "    <allow receive_type=\"method_return\"/>\n"
+                      "    <allow receive_type=\"error\"/>\n"
+                      "    <allow receive_type=\"signal\"/>\n"
+                      "    <allow send_destination=\"org.freedesktop.DBus\"\n"
+                      "           send_interface=\"org.freedesktop.DBus\"/>\n"
+                      "  </policy>\n"
+                      "  <include>" +
+                      Path("policy.conf") + "</include>\n"));
     // More motions than a client may have unread: they all arrive only if the pings that
     // tell the service they were read get through the policy.
     const std::string trace = WriteFile("flips.trace", Flips(400, 1, 500));
@@ -419,17 +396,11 @@ TEST_F(MotiondTest, TheSystemBusPolicyLetsTheServiceServeAndPingItsClients)
     EXPECT_THAT(client.out, HasSubstr("get Version"));
     EXPECT_THAT(ServiceLog(), Not(HasSubstr("not reading")));
     const ChildResult thief = Client({"own:org.quilmotion.Motion1", "own:org.quilmotion.Other"});
-    if (getuid() == 0 && access("/usr/bin/setpriv", X_OK) == 0) {
-        // Anyone may claim a device motion; no one else may take the name.
-        std::vector<std::string> args = {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534",
-                                         "--clear-groups"};
-        for (const std::string& arg : ClientArgs({"claim:3", "own:org.quilmotion.Motion1"})) {
-            args.push_back(arg);
-        }
-        const ChildResult stranger = ChildProcess::Run(args);
-        EXPECT_THAT(stranger.out, HasSubstr("claim 3 ok")) << stranger.err;
-        EXPECT_THAT(stranger.out, HasSubstr("own org.quilmotion.Motion1 error "
-                                            "org.freedesktop.DBus.Error.AccessDenied"));
+    // Anyone may claim a device motion; no one else may take the name.
+    if (const auto stranger = ClientAsNobody({"claim:3", "own:org.quilmotion.Motion1"})) {
+        EXPECT_THAT(stranger->out, HasSubstr("claim 3 ok")) << stranger->err;
+        EXPECT_THAT(stranger->out, HasSubstr("own org.quilmotion.Motion1 error "
+                                             "org.freedesktop.DBus.Error.AccessDenied"));
     }
     EXPECT_THAT(thief.out, HasSubstr("own org.quilmotion.Other error "
                                      "org.freedesktop.DBus.Error.AccessDenied"))
@@ -448,16 +419,10 @@ TEST_F(MotiondTest, TheFirstCallStartsTheServiceThroughActivation)
                            "/examples/flip.trace");
     mkdir(Path("services").c_str(), 0755);
     WriteFile("services/org.quilmotion.Motion1.service", activation);
-    WriteFile("activating.conf",
-              "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration "
-              "1.0//EN\" \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-              "<busconfig>\n"
-              "  <include>/usr/share/dbus-1/session.conf</include>\n"
-              "  <servicedir>" +
-                  Path("services") +
-                  "</servicedir>\n"
-                  "</busconfig>\n");
-    StartBus(Path("activating.conf"));
+    StartBus(BusConfig("activating.conf",
+                       "  <include>/usr/share/dbus-1/session.conf</include>\n"
+                       "  <servicedir>" +
+                           Path("services") + "</servicedir>\n"));
     ChildProcess watch;
     ASSERT_TRUE(watch.Start({QUIL_WATCH_PATH, "--session", "monitor", "flip"}));
     EXPECT_TRUE(WaitForOut(watch, "report ", 2)) << watch.Err() << bus_->Err();
