@@ -18,12 +18,14 @@
 #include "child_process.h"
 #include "touch_recordings.h"
 #include "umockdev_testbed.h"
+#include "wait_until.h"
 
 namespace Tarvo::Live {
 namespace {
 
 using Tarvo::Test::ChildProcess;
 using Tarvo::Test::LinesStartingWith;
+using Tarvo::Test::WaitUntil;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -52,13 +54,7 @@ protected:
     // Waits until the child has printed `count` lines starting with `prefix`.
     static bool WaitForLines(const ChildProcess& child, const std::string& prefix, size_t count)
     {
-        for (int i = 0; i < 500; ++i) {
-            if (LinesStartingWith(child.Out(), prefix).size() >= count) {
-                return true;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        return false;
+        return WaitUntil([&] { return LinesStartingWith(child.Out(), prefix).size() >= count; });
     }
 
     Tarvo::Test::UmockdevTestbed testbed_;
@@ -243,18 +239,11 @@ protected:
         }
         return touches;
     }
-    // Waits until `ready` holds, for at most 30 seconds.
-    template <typename Ready>
-    static bool WaitFor(Ready ready)
+    static std::string ReadFile(const std::string& path)
     {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (!ready()) {
-            if (std::chrono::steady_clock::now() > deadline) {
-                return false;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        return true;
+        std::ostringstream text;
+        text << std::ifstream(path).rdbuf();
+        return text.str();
     }
     static std::string Reports(const std::string& output)
     {
@@ -299,20 +288,22 @@ TEST_P(RecordingTest, GivesWhatTheImportedRecordingReplaysTo)
     // Played in real time from when quil-live opens the node (which the layer says at
     // info level): wait that long, and a margin, then for as many reports as the replay
     // gave and as many touches recorded as were imported (a loaded machine plays late).
-    ASSERT_TRUE(WaitFor([&] { return live.Err().find("touch from " + node) != std::string::npos; }))
+    ASSERT_TRUE(
+        WaitUntil([&] { return live.Err().find("touch from " + node) != std::string::npos; },
+                  std::chrono::seconds(30)))
         << live.Err();
     const size_t expected = LinesStartingWith(replayed.out, "report").size();
     const size_t touches = Touches(imported.out).size();
     const auto played = std::chrono::steady_clock::now() +
                         std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                             std::chrono::duration<double>(Length(events) + 1.0));
-    EXPECT_TRUE(WaitFor([&] {
-        std::ostringstream sofar;
-        sofar << std::ifstream(recorded).rdbuf();
-        return std::chrono::steady_clock::now() > played &&
-               LinesStartingWith(live.Out(), "report").size() >= expected &&
-               Touches(sofar.str()).size() >= touches;
-    }));
+    EXPECT_TRUE(WaitUntil(
+        [&] {
+            return std::chrono::steady_clock::now() > played &&
+                   LinesStartingWith(live.Out(), "report").size() >= expected &&
+                   Touches(ReadFile(recorded)).size() >= touches;
+        },
+        std::chrono::seconds(30)));
     live.Signal(SIGINT);
     const Tarvo::Test::ChildResult run = live.Wait();
     ASSERT_EQ(run.exitCode, 0) << run.err;
@@ -320,10 +311,7 @@ TEST_P(RecordingTest, GivesWhatTheImportedRecordingReplaysTo)
     EXPECT_EQ(Reports(run.out), Reports(replayed.out)) << run.err;
     // Most recordings give no report at all; the touches the plug-in was handed tell
     // more: the very ones the importer made of the recording.
-    std::ifstream recordedFile(recorded);
-    std::ostringstream live_trace;
-    live_trace << recordedFile.rdbuf();
-    EXPECT_EQ(Touches(live_trace.str()), Touches(imported.out));
+    EXPECT_EQ(Touches(ReadFile(recorded)), Touches(imported.out));
 }
 
 INSTANTIATE_TEST_SUITE_P(Touchscreens, RecordingTest, Tarvo::Test::TouchRecordings(),

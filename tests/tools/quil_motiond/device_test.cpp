@@ -71,11 +71,10 @@ TEST_F(MotiondDeviceTest, ARecordedSwipeReachesItsClaimantAcrossAReplug)
     const std::string panel = "Wacom-ISDv4-E6-Finger";
     const std::string recording =
         std::string(QUIL_RECORDINGS_DIR) + "/touchscreens/" + panel + ".single-top-swipe.events";
-    std::ifstream expectedFile(std::string(QUIL_RECORDINGS_DIR) + "/expected/touchscreens/" +
-                               panel + ".single-top-swipe.events.expected");
-    std::ostringstream expectedText;
-    expectedText << expectedFile.rdbuf();
-    const std::vector<std::string> expected = LinesStartingWith(expectedText.str(), "report");
+    const std::vector<std::string> expected =
+        LinesStartingWith(ReadFile(std::string(QUIL_RECORDINGS_DIR) + "/expected/touchscreens/" +
+                                   panel + ".single-top-swipe.events.expected"),
+                          "report");
     ASSERT_EQ(expected.size(), 2u);
 
     std::string node = testbed_.AddTouchscreen(panel);

@@ -14,25 +14,26 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "child_process.h"
+#include "wait_until.h"
 
 namespace Tarvo::Test {
 
-// Polls `done` every 10 ms for up to `timeoutMs`.
 inline bool WaitFor(const std::function<bool()>& done, int timeoutMs = 10000)
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
+    return WaitUntil(done, std::chrono::milliseconds(timeoutMs));
+}
+
+inline std::string ReadFile(const std::string& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
 }
 
 inline size_t Count(const std::string& text, const std::string& what)

@@ -40,14 +40,6 @@ std::string Flips(int cycles, int stepMs, int startMs, bool enable = true)
     return text.str();
 }
 
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream in(path);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 // The reports of `type` that quil-replay prints for `trace`.
 std::vector<std::string> ExpectedReports(const std::string& trace, int type)
 {
