@@ -250,13 +250,20 @@ TEST_F(MotiondTest, ADeviceUnpluggedAndPluggedBackKeepsItsClaims)
                                         "(accelerometer): the claims stay"));
 }
 
-TEST_F(MotiondTest, PropertiesTellTheTypesAndTheVersion)
+// The live interface is the installed description, and its properties say what is served.
+TEST_F(MotiondTest, TheInterfaceIsTheInstalledOneAndTellsTheTypesAndTheVersion)
 {
     StartService({"--replay", WriteFile("nosensors.trace", "device-sensors 5\n@60000 light 3\n")});
     const ChildResult client =
-        Client({"get:SupportedTypes", "get:AvailableTypes", "get:Version", "claim:3"});
+        Client({"describe:" + std::string(QUIL_SOURCE_DIR) +
+                    "/tools/quil_motiond/system/org.quilmotion.Motion1.xml",
+                "describe", "get:SupportedTypes", "get:AvailableTypes", "get:Version", "claim:3"});
+    const std::vector<std::string> lines = LinesStartingWith(client.out, "");
+    ASSERT_EQ(lines.size(), 6u) << client.err;
+    EXPECT_THAT(lines[0], HasSubstr("method Claim in i type"));
+    EXPECT_EQ(lines[0], lines[1]);
     EXPECT_THAT(
-        LinesStartingWith(client.out, ""),
+        std::vector<std::string>(lines.begin() + 2, lines.end()),
         ElementsAre("get SupportedTypes [0, 2, 3, 4, 6, 7, 9, 10, 11, 12, 13]",
                     "get AvailableTypes [9, 10, 11, 12, 13]", "get Version \"" QUIL_VERSION "\"",
                     "claim 3 error org.quilmotion.Motion1.Error.Unavailable type 3 (flip) "
@@ -306,18 +313,6 @@ TEST_F(MotiondTest, QuilWatchOnRunsTheCommandForEachMatchingMotion)
     watch.Signal(SIGINT);
     EXPECT_EQ(watch.Wait().exitCode, 0);
     EXPECT_EQ(ReadFile(out), "3 1 0.0 arg0\n3 1 0.0 arg0\n3 1 0.0 arg0\n");
-}
-
-TEST_F(MotiondTest, TheLiveInterfaceIsTheInstalledDescription)
-{
-    StartService({"--replay", WriteFile("idle.trace", "@60000 acc 0 0 9.8\n")});
-    const std::string file =
-        std::string(QUIL_SOURCE_DIR) + "/tools/quil_motiond/system/org.quilmotion.Motion1.xml";
-    const ChildResult described = Client({"describe:" + file, "describe"});
-    const std::vector<std::string> lines = LinesStartingWith(described.out, "");
-    ASSERT_EQ(lines.size(), 2u) << described.err;
-    EXPECT_THAT(lines[0], HasSubstr("method Claim in i type"));
-    EXPECT_EQ(lines[0], lines[1]);
 }
 
 TEST_F(MotiondTest, TheExampleClientRunsItsCommandWhenTheDeviceLiesFaceDown)
