@@ -271,33 +271,30 @@ TEST_F(MotiondTest, TheInterfaceIsTheInstalledOneAndTellsTheTypesAndTheVersion)
         << client.err;
 }
 
-TEST_F(MotiondTest, SigtermStopsItCleanly)
+// Stopped by SIGTERM, or by its bus going away (an error), it disables what was claimed.
+TEST_F(MotiondTest, SigtermOrTheBusGoingAwayStopsItAndDisablesTheClaims)
 {
-    StartService({"--replay", WriteFile("idle.trace", "@60000 acc 0 0 9.8\n")});
-    auto client = StartClient({"claim:3", "claim:7", "ready", "hold"});
-    ASSERT_TRUE(WaitForOut(*client, "ready")) << client->Err();
-    service_->Signal(SIGTERM);
-    const ChildResult end = service_->Wait();
-    serviceEnded_ = true;
-    EXPECT_EQ(end.exitCode, 0) << end.err;
-    EXPECT_THAT(end.err, HasSubstr("disable 3 -> 0 (stopping"));
-    EXPECT_THAT(end.err, HasSubstr("disable 7 -> 0 (stopping"));
-    EXPECT_THAT(end.err, HasSubstr("quil-motiond: stopped\n"));
-}
-
-TEST_F(MotiondTest, TheBusGoingAwayEndsTheServiceWithAnError)
-{
-    StartService({"--replay", WriteFile("idle.trace", "@60000 acc 0 0 9.8\n")});
-    auto client = StartClient({"claim:3", "ready", "hold"});
-    ASSERT_TRUE(WaitForOut(*client, "ready")) << client->Err();
-    bus_->Signal(SIGKILL);
-    bus_->Wait();
-    bus_.reset();
-    const ChildResult end = service_->Wait();
-    serviceEnded_ = true;
-    EXPECT_EQ(end.exitCode, 1) << end.err;
-    EXPECT_THAT(end.err, HasSubstr("quil-motiond: lost the session bus ("));
-    EXPECT_THAT(end.err, HasSubstr("disable 3 -> 0 (stopping"));
+    const std::string idle = WriteFile("idle.trace", "@60000 acc 0 0 9.8\n");
+    for (const bool busGone : {false, true}) {
+        SCOPED_TRACE(busGone ? "bus gone" : "SIGTERM");
+        StartService({"--replay", idle});
+        auto client = StartClient({"claim:3", "claim:7", "ready", "hold"});
+        ASSERT_TRUE(WaitForOut(*client, "ready")) << client->Err();
+        if (busGone) {
+            bus_->Signal(SIGKILL);
+            bus_->Wait();
+            bus_.reset();
+        } else {
+            service_->Signal(SIGTERM);
+        }
+        const ChildResult end = service_->Wait();
+        serviceEnded_ = true;
+        EXPECT_EQ(end.exitCode, busGone ? 1 : 0) << end.err;
+        EXPECT_THAT(end.err, HasSubstr("disable 3 -> 0 (stopping"));
+        EXPECT_THAT(end.err, HasSubstr("disable 7 -> 0 (stopping"));
+        EXPECT_THAT(end.err, HasSubstr(busGone ? "quil-motiond: lost the session bus ("
+                                               : "quil-motiond: stopped\n"));
+    }
 }
 
 TEST_F(MotiondTest, QuilWatchOnRunsTheCommandForEachMatchingMotion)
