@@ -49,7 +49,9 @@ std::vector<std::string> ExpectedReports(const std::string& trace, int type)
 
 class MotiondTest : public ServiceFixture {};
 
-TEST_F(MotiondTest, AClaimedFlipReachesQuilWatchAsQuilReplayPrintsIt)
+// Then, as systemd restarts a service that lost its bus or failed, quil-watch claims
+// again from the new one and goes on printing.
+TEST_F(MotiondTest, AClaimedFlipReachesQuilWatchAsQuilReplayPrintsItAcrossARestart)
 {
     // Time for both watchers to claim before the first sample.
     const std::string trace = WriteFile("flip.trace", Flips(1, 100, 1000));
@@ -66,8 +68,17 @@ TEST_F(MotiondTest, AClaimedFlipReachesQuilWatchAsQuilReplayPrintsIt)
     EXPECT_THAT(lines[0], MatchesRegex("\\{\"t\":[0-9.e+]+,\"report\":\\{\"type\":3,\"result\":1,"
                                        "\"status\":-1,\"action\":-1,\"direction\":-1,"
                                        "\"rotateAction\":-1,\"move\":0\\.0\\}\\}"));
-    for (ChildProcess* each : {&watch, &json}) {
-        each->Signal(SIGTERM);
+
+    service_->Signal(SIGTERM);
+    EXPECT_EQ(service_->Wait().exitCode, 0);
+    ASSERT_TRUE(WaitFor([&] {
+        return watch.Err().find("the service stopped") != std::string::npos;
+    })) << watch.Err();
+    StartService({"--replay", trace});
+    EXPECT_TRUE(WaitForOut(watch, "report ", 4)) << watch.Err() << ServiceLog();
+    EXPECT_THAT(watch.Err(), HasSubstr("the service is back; claiming again"));
+    for (const auto& [each, signal] : {std::pair{&watch, SIGINT}, std::pair{&json, SIGTERM}}) {
+        each->Signal(signal);
         const ChildResult end = each->Wait();
         EXPECT_EQ(end.exitCode, 0) << end.err;
     }
@@ -431,27 +442,6 @@ TEST_F(MotiondTest, ForgedBusSignalsChangeNothing)
     EXPECT_THAT(ServiceLog(), Not(HasSubstr("disable 3")));
     const ChildResult received = victim->Wait();
     EXPECT_THAT(received.out, HasSubstr("received 2")) << received.err << ServiceLog();
-}
-
-// systemd restarts a service that lost its bus or failed: quil-watch claims again from
-// the new one and goes on printing.
-TEST_F(MotiondTest, QuilWatchClaimsAgainWhenTheServiceComesBack)
-{
-    const std::string trace = std::string(QUIL_SOURCE_DIR) + "/examples/flip.trace";
-    StartService({"--replay", trace});
-    ChildProcess watch;
-    ASSERT_TRUE(watch.Start({QUIL_WATCH_PATH, "--session", "monitor", "flip"}));
-    ASSERT_TRUE(WaitForOut(watch, "report ", 2)) << watch.Err() << ServiceLog();
-    service_->Signal(SIGTERM);
-    EXPECT_EQ(service_->Wait().exitCode, 0);
-    ASSERT_TRUE(WaitFor([&] {
-        return watch.Err().find("the service stopped") != std::string::npos;
-    })) << watch.Err();
-    StartService({"--replay", trace});
-    EXPECT_TRUE(WaitForOut(watch, "report ", 4)) << watch.Err() << ServiceLog();
-    EXPECT_THAT(watch.Err(), HasSubstr("the service is back; claiming again"));
-    watch.Signal(SIGINT);
-    EXPECT_EQ(watch.Wait().exitCode, 0);
 }
 
 }  // namespace
