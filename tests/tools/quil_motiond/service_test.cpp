@@ -308,34 +308,32 @@ TEST_F(MotiondTest, SigtermOrTheBusGoingAwayStopsItAndDisablesTheClaims)
     }
 }
 
-TEST_F(MotiondTest, QuilWatchOnRunsTheCommandForEachMatchingMotion)
+// quil-watch on and the example client both run their command for each matching motion.
+TEST_F(MotiondTest, QuilWatchOnAndTheExampleClientRunTheirCommandForEachMatchingMotion)
 {
-    const std::string trace = WriteFile("flips.trace", Flips(3, 50, 500));
-    StartService({"--replay", trace});
-    const std::string out = Path("on.out");
+    // Time for both to claim before the first sample.
+    StartService({"--replay", WriteFile("flips.trace", Flips(3, 50, 1500))});
+    const std::string on = Path("on.out");
+    const std::string muted = Path("muted");
     ChildProcess watch;
-    ASSERT_TRUE(watch.Start({QUIL_WATCH_PATH, "--session", "on", "flip:1", "--", "/bin/sh", "-c",
-                             "echo \"$QUIL_TYPE $QUIL_RESULT $QUIL_MOVE $0\" >> " + out, "arg0"}));
-    ASSERT_TRUE(WaitFor([&] { return Count(ReadFile(out), "\n") >= 3; })) << watch.Err();
-    EXPECT_TRUE(WaitForLog("replay: finished"));
-    watch.Signal(SIGINT);
-    EXPECT_EQ(watch.Wait().exitCode, 0);
-    EXPECT_EQ(ReadFile(out), "3 1 0.0 arg0\n3 1 0.0 arg0\n3 1 0.0 arg0\n");
-}
-
-TEST_F(MotiondTest, TheExampleClientRunsItsCommandWhenTheDeviceLiesFaceDown)
-{
-    StartService({"--replay", std::string(QUIL_SOURCE_DIR) + "/examples/flip.trace"});
-    const std::string out = Path("muted");
     ChildProcess example;
+    ASSERT_TRUE(watch.Start({QUIL_WATCH_PATH, "--session", "on", "flip:1", "--", "/bin/sh", "-c",
+                             "echo \"$QUIL_TYPE $QUIL_RESULT $QUIL_MOVE $0\" >> " + on, "arg0"}));
     ASSERT_TRUE(example.Start({"/usr/bin/python3",
                                std::string(QUIL_SOURCE_DIR) + "/examples/service/motion_client.py",
-                               "--session", "/bin/sh", "-c", "echo muted >> " + out}));
-    ASSERT_TRUE(WaitForOut(example, "flip: result", 2)) << example.Err() << ServiceLog();
-    EXPECT_EQ(example.Out(), "flip: result 1\nflip: result 0\n");
-    EXPECT_EQ(ReadFile(out), "muted\n");
-    example.Signal(SIGINT);
-    EXPECT_EQ(example.Wait().exitCode, 0);
+                               "--session", "/bin/sh", "-c", "echo muted >> " + muted}));
+    ASSERT_TRUE(WaitForOut(example, "flip: result", 6)) << example.Err() << ServiceLog();
+    ASSERT_TRUE(WaitFor([&] { return Count(ReadFile(on), "\n") >= 3; })) << watch.Err();
+    EXPECT_TRUE(WaitForLog("replay: finished"));
+    for (ChildProcess* each : {&watch, &example}) {
+        each->Signal(SIGINT);
+        EXPECT_EQ(each->Wait().exitCode, 0);
+    }
+    EXPECT_EQ(ReadFile(on), "3 1 0.0 arg0\n3 1 0.0 arg0\n3 1 0.0 arg0\n");
+    EXPECT_EQ(example.Out(),
+              "flip: result 1\nflip: result 0\nflip: result 1\nflip: result 0\n"
+              "flip: result 1\nflip: result 0\n");
+    EXPECT_EQ(ReadFile(muted), "muted\nmuted\nmuted\n");
 }
 
 std::string System(const std::string& file)
