@@ -19,7 +19,6 @@ namespace Tarvo::Linux {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::FloatNear;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
@@ -92,62 +91,61 @@ TEST_F(IioDeviceTest, FindsEverySensorInDeviceOrder)
     EXPECT_THAT(problems_, IsEmpty());
 }
 
-TEST_F(IioDeviceTest, AccelerationIsScaledOffsetAndTurnedIntoThePhoneAxes)
+// Each sensor alone in the tree, read once.
+TEST_F(IioDeviceTest, ReadingsAreInTheLibrarysUnitsAndAxes)
 {
-    // The chip is mounted turned a quarter: its y is the phone's x, its -x the phone's y.
-    Add(0, "bmi160",
-        {{"in_accel_x_raw", "100"},
-         {"in_accel_y_raw", "-200"},
-         {"in_accel_z_raw", "1000"},
-         {"in_accel_scale", "0.0098"},
-         {"in_accel_z_offset", "10"},
-         {"in_accel_mount_matrix", "0, 1, 0; -1, 0, 0; 0, 0, 1"}});
-
-    EXPECT_THAT(
-        ReadOnly(SENSOR_TYPE_ID_ACCELEROMETER),
-        ElementsAre(FloatNear(-1.96f, 1e-4), FloatNear(-0.98f, 1e-4), FloatNear(9.898f, 1e-4)));
-}
-
-TEST_F(IioDeviceTest, PerAxisScaleWinsOverTheSharedOneAndNoScaleMeansRaw)
-{
-    Add(0, "accel",
-        {{"in_accel_x_raw", "100"},
-         {"in_accel_y_raw", "3"},
-         {"in_accel_z_raw", "-4"},
-         {"in_accel_x_scale", "0.01"},
-         {"mount_matrix", "1, 0, 0; 0, 1, 0; 0, 0, 1\n"}});
-
-    EXPECT_THAT(ReadOnly(SENSOR_TYPE_ID_ACCELEROMETER),
-                ElementsAre(FloatNear(1.0f, 1e-6), 3.0f, -4.0f));
-}
-
-TEST_F(IioDeviceTest, LightIsTakenInLuxOrAsRawTimesScale)
-{
-    const std::string lux = Add(0, "lux", {{"in_illuminance_input", "123.5"}});
-    EXPECT_THAT(ReadOnly(SENSOR_TYPE_ID_AMBIENT_LIGHT), ElementsAre(123.5f));
-
-    testbed_.Remove(lux);
-    Add(0, "raw", {{"in_illuminance_raw", "200"}, {"in_illuminance_scale", "0.5"}});
-    EXPECT_THAT(ReadOnly(SENSOR_TYPE_ID_AMBIENT_LIGHT), ElementsAre(100.0f));
-}
-
-TEST_F(IioDeviceTest, ProximityIsNearFromTheNearLevelUp)
-{
-    const std::string prox = Add(0, "prox", {{"in_proximity_nearlevel", "100"}});
-    const std::pair<const char*, float> cases[] = {
-        {"20", IioDevice::kProximityFar},
-        {"99", IioDevice::kProximityFar},
-        {"100", IioDevice::kProximityNear},
-        {"1500", IioDevice::kProximityNear},
+    const float kNear = IioDevice::kProximityNear;
+    const float kFar = IioDevice::kProximityFar;
+    const struct {
+        const char* what;
+        int32_t type;
+        Tarvo::Test::UmockdevTestbed::Attributes attributes;
+        std::vector<float> expected;
+    } cases[] = {
+        // Mounted turned a quarter: the chip's y is the phone's x, its -x the phone's y.
+        {"scaled, offset, turned",
+         SENSOR_TYPE_ID_ACCELEROMETER,
+         {{"in_accel_x_raw", "100"},
+          {"in_accel_y_raw", "-200"},
+          {"in_accel_z_raw", "1000"},
+          {"in_accel_scale", "0.0098"},
+          {"in_accel_z_offset", "10"},
+          {"in_accel_mount_matrix", "0, 1, 0; -1, 0, 0; 0, 0, 1"}},
+         {-1.96f, -0.98f, 9.898f}},
+        {"per-axis scale wins, no scale is raw",
+         SENSOR_TYPE_ID_ACCELEROMETER,
+         {{"in_accel_x_raw", "100"},
+          {"in_accel_y_raw", "3"},
+          {"in_accel_z_raw", "-4"},
+          {"in_accel_x_scale", "0.01"},
+          {"mount_matrix", "1, 0, 0; 0, 1, 0; 0, 0, 1\n"}},
+         {1.0f, 3.0f, -4.0f}},
+        {"lux", SENSOR_TYPE_ID_AMBIENT_LIGHT, {{"in_illuminance_input", "123.5"}}, {123.5f}},
+        {"raw times scale",
+         SENSOR_TYPE_ID_AMBIENT_LIGHT,
+         {{"in_illuminance_raw", "200"}, {"in_illuminance_scale", "0.5"}},
+         {100.0f}},
+        // Near from the near level up; without one any reflection at all is near.
+        {"far",
+         SENSOR_TYPE_ID_PROXIMITY,
+         {{"in_proximity_raw", "99"}, {"in_proximity_nearlevel", "100"}},
+         {kFar}},
+        {"near",
+         SENSOR_TYPE_ID_PROXIMITY,
+         {{"in_proximity_raw", "100"}, {"in_proximity_nearlevel", "100"}},
+         {kNear}},
+        {"no level", SENSOR_TYPE_ID_PROXIMITY, {{"in_proximity_raw", "1"}}, {kNear}},
     };
-    for (const auto& [raw, expected] : cases) {
-        testbed_.SetAttribute(prox, "in_proximity_raw", raw);
-        EXPECT_THAT(ReadOnly(SENSOR_TYPE_ID_PROXIMITY), ElementsAre(expected)) << "raw " << raw;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const std::string device = Add(0, "chip", c.attributes);
+        const std::vector<float> values = ReadOnly(c.type);
+        ASSERT_EQ(values.size(), c.expected.size());
+        for (size_t i = 0; i < values.size(); ++i) {
+            EXPECT_NEAR(values[i], c.expected[i], 1e-4) << "value " << i;
+        }
+        testbed_.Remove(device);
     }
-    // Without a near level any reflection at all is near.
-    testbed_.Remove(prox);
-    Add(0, "plain", {{"in_proximity_raw", "1"}});
-    EXPECT_THAT(ReadOnly(SENSOR_TYPE_ID_PROXIMITY), ElementsAre(IioDevice::kProximityNear));
 }
 
 TEST_F(IioDeviceTest, ABadDeviceIsNamedAndSkippedWhileTheOthersStay)

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <ostream>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "linux_platform.h"
+#include "wait_until.h"
 
 namespace Tarvo::Linux {
 
@@ -26,19 +26,7 @@ inline void PrintTo(const DevicePresence& presence, std::ostream* out)
 
 namespace Test {
 
-// Waits until `ready` holds, checking every 10 ms; false after `seconds`.
-template <typename Ready>
-bool WaitUntil(Ready ready, int seconds = 5)
-{
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
-    while (!ready()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
-}
+using Tarvo::Test::WaitUntil;
 
 // The presence observer's calls, and the threads they came on. Installed on creation,
 // removed on destruction.

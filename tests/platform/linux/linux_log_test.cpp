@@ -28,7 +28,7 @@ protected:
     std::vector<std::string> lines_;
 };
 
-TEST_F(LinuxLogTest, TheLevelFilterPassesThatLevelAndAbove)
+TEST_F(LinuxLogTest, TheLevelFilterPassesThatLevelAndAboveAndLinesAreRendered)
 {
     LinuxPlatform::SetLogLevel(LOG_LEVEL_INFO);
     EXPECT_FALSE(PlatformLogIsLoggable(0xD002210, "T", LOG_LEVEL_DEBUG));
@@ -41,10 +41,9 @@ TEST_F(LinuxLogTest, TheLevelFilterPassesThatLevelAndAbove)
     PlatformLogPrint(LOG_TYPE_CORE, LOG_LEVEL_FATAL, 0xD002210, "T", "off");
 
     EXPECT_THAT(lines_, ElementsAre("W D002210/T: shown"));
-}
+    lines_.clear();
 
-TEST_F(LinuxLogTest, LinesAreRenderedWithoutPrivacyFlags)
-{
+    // Lines are rendered without the privacy flags.
     LinuxPlatform::SetLogLevel(LOG_LEVEL_DEBUG);
     PlatformLogPrint(LOG_TYPE_CORE, LOG_LEVEL_ERROR, 0xD002210, "AlgoFlip",
                      "in %{public}s, x:%{private}d %s%%", "Enable", 3, "y");

@@ -11,12 +11,9 @@
 #include <thread>
 #include <vector>
 
-#include "i_motion_algo.h"
 #include "input_manager.h"
 #include "layer_observers.h"
 #include "linux_platform.h"
-#include "plugin_loader.h"
-#include "recording_callback.h"
 #include "sensor_service_client.h"
 #include "umockdev_testbed.h"
 
@@ -220,44 +217,6 @@ TEST(ScriptedDevicesTest, PlayedTouchesReachTheMonitorsInstalledNow)
 
     EXPECT_THAT(got, ElementsAre(std::make_pair(2, 100), std::make_pair(4, 300)));
     EXPECT_THAT(observed, SizeIs(2));
-}
-
-// The plug-in itself on scripted devices: a flip and a swipe played as a host would
-// play them give the reports quil-replay gives for the bundled examples.
-TEST(ScriptedDevicesTest, ThePluginRecognisesWhatIsPlayed)
-{
-    LinuxPlatform::UseScriptedDevices(Present({kAccel}, "scripted"));
-    Tools::PluginLoader plugin;
-    std::string error;
-    ASSERT_TRUE(plugin.Load(QUIL_PLUGIN_PATH, error)) << error;
-    Quil::IMotionAlgo* algo = plugin.Create();
-    ASSERT_NE(algo, nullptr);
-    auto callback = std::make_shared<Quil::Test::RecordingCallback>();
-    algo->RegisterCallback(callback);
-    ASSERT_EQ(algo->Enable(3), 0);
-    ASSERT_EQ(algo->Enable(9), 0);
-    for (const std::vector<float>& sample : std::vector<std::vector<float>>{
-             {0.1f, 0.2f, 9.8f}, {6.9f, 0.2f, 6.9f}, {0.1f, 0.2f, 9.8f}, {0.1f, 0.2f, -9.8f}}) {
-        LinuxPlatform::PlaySample(kAccel, sample);
-    }
-    LinuxPlatform::PlayTouch(Touch(2, 1331, 905));
-    for (int32_t x = 1300; x >= 930; x -= 30) {
-        LinuxPlatform::PlayTouch(Touch(3, x, 890));
-    }
-    LinuxPlatform::PlayTouch(Touch(4, 930, 884));
-    // The workers report in their own time.
-    EXPECT_TRUE(WaitUntil([&] { return callback->Reports().size() >= 4; }));
-    EXPECT_EQ(algo->Disable(3), 0);
-    EXPECT_EQ(algo->Disable(9), 0);
-    plugin.Destroy(algo);
-
-    std::vector<std::pair<int, int>> reports;  // type, result
-    for (const Quil::MotionData& data : callback->Reports()) {
-        reports.emplace_back(data.type, data.result);
-    }
-    EXPECT_THAT(reports,
-                ::testing::UnorderedElementsAre(std::make_pair(3, 1), std::make_pair(3, 0),
-                                                std::make_pair(9, 1), std::make_pair(9, 2)));
 }
 
 }  // namespace

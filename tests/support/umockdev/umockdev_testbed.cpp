@@ -140,14 +140,11 @@ std::string UmockdevTestbed::DataDirectory()
 int UmockdevTestbed::EventNumber(const std::string& panel)
 {
     // As tests/data/umockdev/evemu-to-umockdev.py numbers them.
-    if (panel == "EP0430M09") {
-        return 3;
-    }
-    if (panel == "Wacom-ISDv4-E6-Finger") {
-        return 4;
-    }
-    if (panel == "dell_canvas_touch") {
-        return 5;
+    const char* const panels[] = {"EP0430M09", "Wacom-ISDv4-E6-Finger", "dell_canvas_touch"};
+    for (int i = 0; i < 3; ++i) {
+        if (panel == panels[i]) {
+            return 3 + i;
+        }
     }
     ADD_FAILURE() << "no emulated touchscreen " << panel;
     return 0;
@@ -192,12 +189,11 @@ std::string UmockdevTestbed::AddTouchscreen(const std::string& panel, int number
     text << in.rdbuf();
     std::string description = text.str();
     // The node, its input device and its minor number (64 + N) under the new number.
-    ReplaceAll(description, "event" + std::to_string(own), "event" + std::to_string(number));
-    ReplaceAll(description, "input" + std::to_string(own), "input" + std::to_string(number));
-    ReplaceAll(description, "MINOR=" + std::to_string(64 + own),
-               "MINOR=" + std::to_string(64 + number));
-    ReplaceAll(description, "dev=13:" + std::to_string(64 + own),
-               "dev=13:" + std::to_string(64 + number));
+    for (const auto& [name, offset] :
+         {std::pair<const char*, int>{"event", 0}, {"input", 0}, {"MINOR=", 64}, {"dev=13:", 64}}) {
+        ReplaceAll(description, name + std::to_string(offset + own),
+                   name + std::to_string(offset + number));
+    }
     GError* error = nullptr;
     // The ioctls first: adding the device announces it, and whoever hears of it may open
     // the node at once.

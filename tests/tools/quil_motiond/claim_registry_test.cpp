@@ -26,18 +26,6 @@ TEST(ClaimRegistryTest, ATypeStartsWithItsFirstClaimAndStopsWithItsLastRelease)
     EXPECT_TRUE(registry.Claim(":1.2", 3));
 }
 
-TEST(ClaimRegistryTest, HoldersAreTheClientsWithAClaimOnTheType)
-{
-    ClaimRegistry registry;
-    registry.Claim(":1.2", 3);
-    registry.Claim(":1.1", 3);
-    registry.Claim(":1.1", 4);
-    EXPECT_THAT(registry.Holders(3), ElementsAre(":1.1", ":1.2"));
-    EXPECT_THAT(registry.Holders(4), ElementsAre(":1.1"));
-    EXPECT_THAT(registry.Holders(9), IsEmpty());
-    EXPECT_THAT(registry.HeldTypes(), ElementsAre(3, 4));
-}
-
 TEST(ClaimRegistryTest, AClientLeavingReleasesEverythingAndFreesWhatOnlyItHeld)
 {
     ClaimRegistry registry;

@@ -13,25 +13,27 @@
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "child_process.h"
+#include "wait_until.h"
 
 namespace Tarvo::Test {
 
-// Polls `done` every 10 ms for up to `timeoutMs`.
 inline bool WaitFor(const std::function<bool()>& done, int timeoutMs = 10000)
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
+    return WaitUntil(done, std::chrono::milliseconds(timeoutMs));
+}
+
+inline std::string ReadFile(const std::string& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
 }
 
 inline size_t Count(const std::string& text, const std::string& what)
@@ -53,14 +55,9 @@ protected:
         // Other users may reach the bus's socket (the gesture access test runs a client as
         // another user when it can).
         chmod(dir_.c_str(), 0755);
-        std::ofstream(dir_ + "/bus.conf")
-            << "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration "
-               "1.0//EN\" \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-               "<busconfig>\n"
-               "  <include>/usr/share/dbus-1/session.conf</include>\n"
-               "  <policy context=\"default\"><allow user=\"*\"/></policy>\n"
-               "</busconfig>\n";
-        StartBus(dir_ + "/bus.conf");
+        StartBus(BusConfig("bus.conf",
+                           "  <include>/usr/share/dbus-1/session.conf</include>\n"
+                           "  <policy context=\"default\"><allow user=\"*\"/></policy>\n"));
     }
 
     void TearDown() override
@@ -101,6 +98,15 @@ protected:
         std::ofstream(Path(name)) << text;
         return Path(name);
     }
+    // A bus configuration holding `body`, written to `name`.
+    std::string BusConfig(const std::string& name, const std::string& body) const
+    {
+        return WriteFile(name,
+                         "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration "
+                         "1.0//EN\" \"http://www.freedesktop.org/standards/dbus/1.0/"
+                         "busconfig.dtd\">\n<busconfig>\n" +
+                             body + "</busconfig>\n");
+    }
 
     // quil-motiond --session with `args`; returns once it serves.
     void StartService(const std::vector<std::string>& args)
@@ -122,6 +128,18 @@ protected:
     static ChildResult Client(const std::vector<std::string>& steps, int timeoutMs = 30000)
     {
         return ChildProcess::Run(ClientArgs(steps), timeoutMs);
+    }
+    // The Python client running `steps` as nobody, to its end, when the test may do that.
+    static std::optional<ChildResult> ClientAsNobody(const std::vector<std::string>& steps)
+    {
+        if (getuid() != 0 || access("/usr/bin/setpriv", X_OK) != 0) {
+            return std::nullopt;
+        }
+        std::vector<std::string> args = {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534",
+                                         "--clear-groups"};
+        const std::vector<std::string> client = ClientArgs(steps);
+        args.insert(args.end(), client.begin(), client.end());
+        return ChildProcess::Run(args);
     }
     // The Python client running `steps`, started and left running.
     static std::unique_ptr<ChildProcess> StartClient(const std::vector<std::string>& steps)
