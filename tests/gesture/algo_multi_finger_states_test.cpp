@@ -52,16 +52,6 @@ TEST_F(TwoFingerTest, PinchReportsScaleStepsAndKeepsItsStartAction)
                             AllOf(IsReport(12, 2), WithStatus(3), WithAction(1), WithMove(1.0))));
 }
 
-TEST_F(TwoFingerTest, TurningTheFingersEndsThePinchWithItsFinishingReport)
-{
-    // One finger moving: measured against finger 0's down record.
-    EXPECT_EQ(g_.Move(1, 1050, 1000, {0, 1}), STATE_TWO_FINGERS_MOVE);  // the first move
-    EXPECT_EQ(g_.Move(1, 1100, 1000, {0, 1}), STATE_PINCH);
-    EXPECT_EQ(g_.Move(1, 1070, 1453, {0, 1}), STATE_PINCH);  // 30.47 degrees: within
-    EXPECT_EQ(g_.Move(1, 1000, 1500, {0, 1}), STATE_END);    // 35.5 degrees
-    EXPECT_THAT(g_.Reports().back(), AllOf(IsReport(12, 2), WithStatus(3)));
-}
-
 TEST_F(TwoFingerTest, TurningBeforeThePinchEndsWithoutReport)
 {
     g_.Move(1, 700, 1050, {0, 1});
