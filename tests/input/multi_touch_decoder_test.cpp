@@ -60,7 +60,7 @@ MATCHER_P4(Touch, action, id, x, y, "")
 
 constexpr TouchAction DOWN = TouchAction::DOWN, MOVE = TouchAction::MOVE, UP = TouchAction::UP;
 
-TEST(MultiTouchDecoderTest, ProtocolBFingerGetsIdZeroWhateverItsTrackingId)
+TEST(MultiTouchDecoderTest, ProtocolBFingerGetsIdZeroWhateverItsTrackingIdAndANewIdIsANewFinger)
 {
     Feeder feed;
     feed.Slot(3, 713, 100, 200);
@@ -76,9 +76,14 @@ TEST(MultiTouchDecoderTest, ProtocolBFingerGetsIdZeroWhateverItsTrackingId)
     EXPECT_THAT(feed.Frame(3000), IsEmpty());
     EXPECT_THAT(feed.Frame(4000), IsEmpty());
 
+    // A new tracking id in the slot is another finger.
+    feed(ABS, TRACKING, 714);
+    feed(ABS, MT_X, 500);
+    EXPECT_THAT(feed.Frame(5000), ElementsAre(Touch(UP, 0, 110, 200), Touch(DOWN, 0, 500, 200)));
+
     feed(ABS, TRACKING, -1);
-    const auto up = feed.Frame(5000);
-    ASSERT_THAT(up, ElementsAre(Touch(UP, 0, 110, 200)));
+    const auto up = feed.Frame(6000);
+    ASSERT_THAT(up, ElementsAre(Touch(UP, 0, 500, 200)));
     EXPECT_THAT(up[0].ids, ElementsAre(0));
     EXPECT_EQ(feed.decoder.FingersDown(), 0U);
 }
@@ -118,16 +123,6 @@ TEST(MultiTouchDecoderTest, ProtocolBSeveralFingers)
     const auto again = feed.Frame(4);
     ASSERT_THAT(again, ElementsAre(Touch(DOWN, 0, 100, 150)));
     EXPECT_THAT(again[0].ids, ElementsAre(0, 1));
-}
-
-TEST(MultiTouchDecoderTest, ProtocolBNewTrackingIdInASlotIsAnotherFinger)
-{
-    Feeder feed;
-    feed.Slot(0, 1, 10, 10);
-    feed.Frame(0);
-    feed(ABS, TRACKING, 2);
-    feed(ABS, MT_X, 500);
-    EXPECT_THAT(feed.Frame(1), ElementsAre(Touch(UP, 0, 10, 10), Touch(DOWN, 0, 500, 10)));
 }
 
 TEST(MultiTouchDecoderTest, ProtocolBSlotWithoutPositionWaitsForOne)

@@ -108,11 +108,5 @@ TEST_F(PointerInputConnectionTest, DestroyingAnUnsubscribedConnectionIsSafe)
         kTag, "in AlgorithmLoop, SetThreadName std::string(\"os_mot_poi_con\") failed"));
 }
 
-TEST(PointerEventTest, DumpPrintsTheNumberOfPointers)
-{
-    EXPECT_EQ((PointerEvent{1, 2, -30, 4000, {0, 1, 2}}.Dump()),
-              "pointerId:1 pointerAction:2 x:-30 y:4000 size:3");
-}
-
 }  // namespace
 }  // namespace Tarvo::Quil::Test

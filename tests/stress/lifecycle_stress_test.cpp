@@ -61,11 +61,7 @@ int CountEntries(const char* dir)
     return count;
 }
 
-class LifecycleStress : public testing::Test {
-protected:
-    void SetUp() override { HostPlatform::Reset(); }
-    void TearDown() override { HostPlatform::Reset(); }
-};
+using LifecycleStress = PlatformTest;
 
 TEST_F(LifecycleStress, UnloadAfterDestroyWithoutDisableUnderLoad)
 {

@@ -10,11 +10,8 @@ namespace {
 
 using Host::HostPlatform;
 
-class ReentrancyStress : public testing::Test {
+class ReentrancyStress : public PlatformTest {
 protected:
-    void SetUp() override { HostPlatform::Reset(); }
-    void TearDown() override { HostPlatform::Reset(); }
-
     LoadedPlugin plugin_;
 };
 

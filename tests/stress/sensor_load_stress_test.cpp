@@ -16,11 +16,7 @@ namespace {
 
 using Host::HostPlatform;
 
-class SensorLoadStress : public testing::Test {
-protected:
-    void SetUp() override { HostPlatform::Reset(); }
-    void TearDown() override { HostPlatform::Reset(); }
-};
+using SensorLoadStress = PlatformTest;
 
 TEST_F(SensorLoadStress, QueuedSamplesKeepTheirOwnValuesWhenTheWorkerFallsBehind)
 {

@@ -131,6 +131,13 @@ inline void InjectSwipe()
     HostPlatform::InjectTouch(4, 0, 400, 1212, {0});
 }
 
+// Every driver starts and ends on a fresh platform.
+class PlatformTest : public testing::Test {
+protected:
+    void SetUp() override { Host::HostPlatform::Reset(); }
+    void TearDown() override { Host::HostPlatform::Reset(); }
+};
+
 // Nothing of a host object is left on the platform.
 inline void ExpectPlatformClean()
 {

@@ -33,12 +33,6 @@ MATCHER_P(WithAction, action, "with action " + testing::PrintToString(action))
     return arg.action == action;
 }
 
-MATCHER_P(WithRotateAction, rotateAction,
-          "with rotateAction " + testing::PrintToString(rotateAction))
-{
-    return arg.rotateAction == rotateAction;
-}
-
 MATCHER_P(WithMove, move, "with move " + testing::PrintToString(move))
 {
     return arg.move == move;
