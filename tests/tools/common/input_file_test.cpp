@@ -54,18 +54,6 @@ TEST(InputFileTest, AFifoIsReadOnceAndThenAsOftenAsNeeded)
     EXPECT_EQ(AllLines(input.Name(), input.File()), "first|second\r|last|");
 }
 
-TEST(InputFileTest, AnEndlessLineEndsTheCopyAtTheBound)
-{
-    InputFile input;
-    std::string error;
-    EXPECT_FALSE(input.Open("/dev/zero", error));
-    EXPECT_EQ(error, "/dev/zero:1: line too long (more than 65536 bytes)");
-    EXPECT_FALSE(input.Open("/", error));
-    EXPECT_EQ(error, "/: cannot be read: is a directory");
-    EXPECT_FALSE(input.Open("/no/such/input", error));
-    EXPECT_EQ(error, "/no/such/input: cannot be read: No such file or directory");
-}
-
 TEST(LineReaderTest, ALongLineIsAnErrorAtItsNumberAndTheBufferStaysBounded)
 {
     std::FILE* file = std::tmpfile();

@@ -1,6 +1,5 @@
 #include "trace_parser.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -12,66 +11,6 @@
 
 namespace Tarvo::Tools::Test {
 namespace {
-
-std::vector<TraceRecord> Parse(const std::string& text)
-{
-    std::vector<TraceRecord> records;
-    std::string error;
-    EXPECT_TRUE(TraceParser::ParseText("t.trace", text, records, error)) << error;
-    return records;
-}
-
-std::string ErrorOf(const std::string& text)
-{
-    std::vector<TraceRecord> records;
-    std::string error;
-    EXPECT_FALSE(TraceParser::ParseText("t.trace", text, records, error)) << text;
-    return error;
-}
-
-TEST(TraceParserTest, CommentsBlankLinesStampsAndLineEndings)
-{
-    const auto records =
-        Parse("# heading\r\n\r\n@0 enable 3 # trailing\r\n\t@12.5\tacc 1 2 3\r\nidle");
-    ASSERT_EQ(records.size(), 3U);
-    EXPECT_EQ(records[0].line, 3);
-    EXPECT_EQ(records[0].stamp, 0.0);
-    EXPECT_EQ(records[1].stamp, 12.5);
-    EXPECT_FALSE(records[2].stamp.has_value());
-    EXPECT_EQ(records[2].line, 5);
-}
-
-TEST(TraceParserTest, RejectsMalformedLinesWithFileLineAndProblem)
-{
-    EXPECT_EQ(ErrorOf("prox\n"), "t.trace:1: prox needs 1 number, got 0");
-    EXPECT_EQ(ErrorOf("acc 1e 2 3\n"), "t.trace:1: '1e' is not a number");
-    EXPECT_EQ(ErrorOf("light 1_0\n"), "t.trace:1: '1_0' is not a number");
-    EXPECT_EQ(ErrorOf("enable 2147483648\n"), "t.trace:1: '2147483648' does not fit in 32 bits");
-    EXPECT_EQ(ErrorOf("enable three\n"), "t.trace:1: 'three' is not an integer");
-    EXPECT_EQ(ErrorOf("enable\n"), "t.trace:1: enable needs a motion type, got 0 arguments");
-    EXPECT_EQ(ErrorOf("Enable 3\n"), "t.trace:1: unknown record 'Enable'");
-    EXPECT_EQ(ErrorOf("idle now\n"), "t.trace:1: idle takes no arguments");
-    EXPECT_EQ(ErrorOf("@100\n"), "t.trace:1: a time stamp needs a record after it");
-    EXPECT_EQ(ErrorOf("@100 idle\n@99 idle\n"),
-              "t.trace:2: time stamp 99 is earlier than the one before");
-    EXPECT_EQ(ErrorOf("@-1 idle\n"), "t.trace:1: '@-1' is not a time stamp (@ and milliseconds)");
-    EXPECT_EQ(ErrorOf("@1000000000000.5 idle\n"),
-              "t.trace:1: time stamp 1000000000000.5 is too large (at most 1000000000000 ms)");
-    EXPECT_EQ(ErrorOf("touch press 0 1 2 0\n"),
-              "t.trace:1: 'press' is not a pointer action (down, move, up or a number)");
-    EXPECT_EQ(ErrorOf("touch down 0 1 2 0,,1\n"),
-              "t.trace:1: '0,,1' is not a list of ids (like 0,1,2 or -)");
-    EXPECT_EQ(ErrorOf("touch down 0 1 2\n"),
-              "t.trace:1: touch needs ACTION ID X Y IDS, got 4 arguments");
-    EXPECT_EQ(ErrorOf("fail GetAllSensors 1\n"), "t.trace:1: GetAllSensors takes no sensor id");
-    EXPECT_THAT(ErrorOf("heal Explode\n"),
-                testing::StartsWith("t.trace:1: unknown sensor service call 'Explode'"));
-    EXPECT_EQ(ErrorOf("sensor 5\n"),
-              "t.trace:1: sensor needs a sensor type id and at least 1 number");
-    // Bytes of a binary file come out escaped, not as a nul that cuts the message short.
-    EXPECT_EQ(ErrorOf(std::string("enable 3\0\x1b\n", 11)),
-              "t.trace:1: '3\\x00\\x1b' is not an integer");
-}
 
 // A number is whatever strtof reads whole, read to the same bits; a check that skips
 // converting plain decimals accepts and rejects exactly what a full read does.
