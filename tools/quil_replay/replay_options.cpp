@@ -48,10 +48,7 @@ bool ReplayOptions::Parse(const std::vector<std::string>& args, ReplayOptions& o
     parser.Flag("--sync-every-record", options.syncEveryRecord);
     parser.Flag("--records", options.records);
     parser.LogLevel("--log", options.logLevel);
-    parser.Value("--plugin", "a path", [&options](const std::string& value, std::string&) {
-        options.plugin = value;
-        return true;
-    });
+    parser.Path("--plugin", options.plugin);
     parser.OptionalValue(
         "--realtime", [&options](const std::optional<std::string>& value, std::string& problem) {
             options.realtime = true;
