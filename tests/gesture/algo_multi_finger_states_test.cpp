@@ -2,8 +2,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "algo_three_fingers_move_state.h"
 #include "gesture_driver.h"
 #include "motion_matchers.h"
@@ -13,7 +11,6 @@ namespace {
 
 using testing::AllOf;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class TwoFingerTest : public testing::Test {
 protected:
@@ -25,38 +22,6 @@ protected:
     }
     GestureDriver g_;
 };
-
-TEST_F(TwoFingerTest, OpeningPinchStartsAtThreeHundredPixelsAndReportsItsScale)
-{
-    EXPECT_EQ(g_.Move(1, 800, 1000, {0, 1}), STATE_TWO_FINGERS_MOVE);
-    EXPECT_EQ(g_.Move(1, 999, 1000, {0, 1}), STATE_TWO_FINGERS_MOVE);  // 299 more
-    EXPECT_EQ(g_.Move(1, 1000, 1000, {0, 1}), STATE_PINCH);            // 300 more
-    EXPECT_THAT(g_.Reports(), ElementsAre(AllOf(IsReport(12, 1), WithStatus(1), WithAction(0),
-                                                WithMove(700.0 / 400.0))));
-}
-
-TEST_F(TwoFingerTest, PinchReportsScaleStepsAndKeepsItsStartAction)
-{
-    g_.Move(0, 400, 1000, {0, 1});
-    g_.Move(1, 500, 1000, {0, 1});  // 100 apart: closing, scale 0.25
-    ASSERT_EQ(g_.State(), STATE_PINCH);
-    g_.Move(1, 560, 1000, {0, 1});  // 0.4: reported, still with the start status
-    g_.Move(1, 580, 1000, {0, 1});  // 0.45: not more than 0.1 further
-    g_.Move(1, 800, 1000, {0, 1});  // 1.0, opening now: in progress, only logged
-    EXPECT_EQ(GestureDriver::Report().move, 1.0);
-    EXPECT_EQ(g_.Up(1, 800, 1000, {0, 1}), STATE_ONE_FINGER_DOWN);
-    EXPECT_THAT(g_.Reports(),
-                ElementsAre(AllOf(WithStatus(1), WithAction(1), WithMove(0.25)),
-                            AllOf(WithStatus(1), WithAction(1), WithMove(0.4)),
-                            AllOf(IsReport(12, 2), WithStatus(3), WithAction(1), WithMove(1.0))));
-}
-
-TEST_F(TwoFingerTest, TurningBeforeThePinchEndsWithoutReport)
-{
-    g_.Move(1, 700, 1050, {0, 1});
-    EXPECT_EQ(g_.Move(1, 700, 1400, {0, 1}), STATE_END);  // 45 degrees against finger 0
-    EXPECT_THAT(g_.Reports(), IsEmpty());
-}
 
 TEST_F(TwoFingerTest, MalformedEventsLeadToErrorAndStillFinishThePinch)
 {
@@ -79,24 +44,6 @@ TEST_F(TwoFingerTest, TwoFingerDownEdgeCases)
     EXPECT_EQ(lift.Up(1, 100, 0, {1}), STATE_ERROR);  // one id listed for two fingers
 }
 
-TEST(ZeroReferencePinchTest, ScaleChangesThatAreNoNumberAreNotReported)
-{
-    GestureDriver g;
-    g.Down(0, 500, 1000, {0});
-    g.Move(0, 520, 1000, {0});
-    // The move state takes a second finger on the first one's spot: reference distance 0.
-    ASSERT_EQ(g.Down(1, 520, 1000, {0, 1}), STATE_TWO_FINGERS_DOWN);
-    EXPECT_EQ(g.Data().distance, 0);
-    g.Move(1, 600, 1000, {0, 1});
-    EXPECT_EQ(g.Move(1, 900, 1000, {0, 1}), STATE_PINCH);   // infinite scale: opening
-    EXPECT_EQ(g.Move(1, 520, 1000, {0, 1}), STATE_PINCH);   // 0/0
-    EXPECT_EQ(g.Move(1, 1000, 1000, {0, 1}), STATE_PINCH);  // infinite again: no change either
-    EXPECT_TRUE(std::isinf(GestureDriver::Report().move));
-    EXPECT_EQ(g.Up(1, 1000, 1000, {0, 1}), STATE_ONE_FINGER_DOWN);
-    EXPECT_THAT(g.Reports(), ElementsAre(AllOf(IsReport(12, 1), WithStatus(1), WithAction(0)),
-                                         AllOf(IsReport(12, 2), WithStatus(3))));
-}
-
 class ThreeFingerTest : public testing::Test {
 protected:
     void SetUp() override
@@ -107,15 +54,6 @@ protected:
     }
     GestureDriver g_;
 };
-
-TEST_F(ThreeFingerTest, FingersMovingApartEndTheGesture)
-{
-    g_.Move(0, 200, 1005, {0, 1, 2});
-    g_.Move(0, 200, 1010, {0, 1, 2});
-    g_.Move(1, 500, 990, {0, 1, 2});
-    EXPECT_EQ(g_.Move(2, 800, 1400, {0, 1, 2}), STATE_END);
-    EXPECT_THAT(g_.Reports(), IsEmpty());
-}
 
 TEST_F(ThreeFingerTest, LiftingOneFingerOfASlideFallsBackToTwo)
 {

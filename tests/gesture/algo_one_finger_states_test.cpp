@@ -44,62 +44,16 @@ TEST_F(OneFingerTest, DownStateRejectsWhatFitsNoGesture)
     EXPECT_EQ(other.Down(2, 1, 1, {0, 1, 2}), STATE_ERROR);
 }
 
-TEST_F(OneFingerTest, EdgeZonesAreInclusiveAndFixed)
-{
-    struct Case {
-        int32_t x0, y0, x1, y1;
-        States next;
-        int32_t type;
-    };
-    const Case cases[] = {
-        {50, 1000, 149, 1000, STATE_ONE_FINGER_MOVE, -1},  // judged at 100 pixels
-        {50, 1000, 150, 1000, STATE_SWIPE, 10},
-        {133, 500, 333, 500, STATE_SWIPE, 10},
-        {134, 500, 334, 500, STATE_END, -1},
-        {1343, 800, 1143, 800, STATE_SWIPE, 9},
-        {1344, 800, 1144, 800, STATE_END, -1},
-        {600, 2634, 600, 2484, STATE_SWIPE, 11},
-        {600, 2780, 600, 2630, STATE_END, -1},
-        {0, 500, 200, 500, STATE_END, -1},      // x0 = 0 is outside the left zone
-        {100, 2700, 250, 2550, STATE_END, -1},  // exactly 45 degrees
-        {10, 10, 10, 400, STATE_END, -1},       // downwards
-    };
-    for (const Case& c : cases) {
-        GestureDriver fresh;
-        fresh.Down(0, c.x0, c.y0, {0});
-        fresh.Move(0, c.x0, c.y0, {0});
-        EXPECT_EQ(fresh.Move(0, c.x1, c.y1, {0}), c.next) << c.x0 << "," << c.y0;
-        if (c.type < 0) {
-            EXPECT_THAT(fresh.Reports(), IsEmpty());
-            EXPECT_EQ(GestureDriver::Report().result, -1);
-        } else {
-            ASSERT_EQ(fresh.Reports().size(), 1U);
-            EXPECT_EQ(fresh.Reports()[0].type, c.type);
-        }
-    }
-}
-
-TEST_F(OneFingerTest, SwipeRecordsProgressInStepsAndFinishesOnLift)
+// The progress steps are in the gesture traces; the report's reset after the end is not.
+TEST_F(OneFingerTest, FinishedSwipeResetsTheReportButKeepsItsType)
 {
     Track(50, 1000, 100, 1000, 150, 1000);
-    g_.Move(0, 155, 1000, {0});  // 105: not more than 10 further
-    EXPECT_EQ(GestureDriver::Report().move, 100.0);
-    g_.Move(0, 161, 1000, {0});  // 111
-    EXPECT_EQ(GestureDriver::Report().move, 111.0);
-    g_.Move(0, 120, 1000, {0});  // moving back never lowers it
-    EXPECT_EQ(GestureDriver::Report().move, 111.0);
-    EXPECT_EQ(g_.Up(0, 120, 1000, {0}), STATE_IDLE);
-    EXPECT_THAT(g_.Reports(), ElementsAre(AllOf(IsReport(10, 1), WithStatus(1), WithMove(100.0)),
-                                          AllOf(IsReport(10, 2), WithStatus(3), WithMove(111.0))));
+    g_.Move(0, 161, 1000, {0});
+    EXPECT_EQ(g_.Up(0, 161, 1000, {0}), STATE_IDLE);
+    EXPECT_THAT(g_.Reports(),
+                ElementsAre(IsReport(10, 1), AllOf(IsReport(10, 2), WithMove(111.0))));
     EXPECT_EQ(GestureDriver::Report().Dump(),
               "type:10 result:-1 status:-1 action:-1 direction:-1 rotateAction:-1 move:0.000000");
-}
-
-TEST_F(OneFingerTest, SwipeMoveWithTwoIdsFailsWithoutFinishing)
-{
-    Track(50, 1000, 100, 1000, 150, 1000);
-    EXPECT_EQ(g_.Move(0, 170, 1000, {0, 1}), STATE_ERROR);
-    EXPECT_EQ(g_.Reports().size(), 1U);
 }
 
 TEST_F(OneFingerTest, EndStateAbsorbsMovesAndFollowsTheFingerCount)

@@ -71,24 +71,10 @@ TEST_F(HostSensorServiceTest, SubscriptionIsToTheDevicesSensors)
     EXPECT_EQ(UnsubscribeSensor(1, &a_.user), 0);
 }
 
-TEST_F(HostSensorServiceTest, FaultsHitOneSensorOrAllAndHealExactly)
+// Which calls a fault hits and how heal matches it are in the host traces; the names
+// the trace records use are looked up here.
+TEST_F(HostSensorServiceTest, SensorCallNamesAreExact)
 {
-    HostPlatform::Fail(SensorCall::SUBSCRIBE_SENSOR, 12);
-    EXPECT_NE(SubscribeSensor(12, &a_.user), 0);
-    EXPECT_EQ(SubscribeSensor(1, &a_.user), 0);
-    HostPlatform::Heal(SensorCall::SUBSCRIBE_SENSOR, std::nullopt);  // no matching fail
-    EXPECT_NE(SubscribeSensor(12, &a_.user), 0);
-    HostPlatform::Heal(SensorCall::SUBSCRIBE_SENSOR, 12);
-    EXPECT_EQ(SubscribeSensor(12, &a_.user), 0);
-
-    SensorInfo* list = nullptr;
-    int32_t count = 0;
-    HostPlatform::Fail(SensorCall::GET_ALL_SENSORS, std::nullopt);
-    EXPECT_NE(GetAllSensors(&list, &count), 0);
-    HostPlatform::Heal(SensorCall::GET_ALL_SENSORS, std::nullopt);
-    ASSERT_EQ(GetAllSensors(&list, &count), 0);
-    ASSERT_EQ(count, 3);
-    EXPECT_EQ(list[2].sensorTypeId, 12);
     EXPECT_EQ(SensorCallFromName("SetBatch"), SensorCall::SET_BATCH);
     EXPECT_FALSE(SensorCallFromName("setbatch").has_value());
     EXPECT_STREQ(SensorCallName(SensorCall::DEACTIVATE_SENSOR), "DeactivateSensor");

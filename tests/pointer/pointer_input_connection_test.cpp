@@ -42,19 +42,6 @@ protected:
     Delivered delivered_;
 };
 
-TEST_F(PointerInputConnectionTest, MonitoredEventsWithAPointerAreConvertedAndDeliveredInOrder)
-{
-    PointerInputConnection connection;
-    connection.SubscribePointerEvent(delivered_.Subscriber());
-    ASSERT_EQ(connection.SubscribePointerInput(), 0);
-    HostPlatform::InjectTouch(2, 0, 10, 20, {0});
-    HostPlatform::InjectTouch(3, 0, -5, 25, {0});
-    HostPlatform::InjectTouchNoItem(3, 0, {0});  // no pointer item: dropped
-    HostPlatform::InjectTouch(2, 1, 300, 400, {0, 1});
-    ASSERT_TRUE(HostPlatform::WaitIdle());
-    EXPECT_THAT(delivered_.events, ElementsAre("0/2@10,20#1", "0/3@-5,25#1", "1/2@300,400#2"));
-}
-
 TEST_F(PointerInputConnectionTest, RecordsBeforeSubscriptionWaitAndArriveOneBehind)
 {
     PointerInputConnection connection;
@@ -67,15 +54,6 @@ TEST_F(PointerInputConnectionTest, RecordsBeforeSubscriptionWaitAndArriveOneBehi
     HostPlatform::InjectTouch(4, 0, 3, 3, {0});
     ASSERT_TRUE(HostPlatform::WaitIdle());
     EXPECT_THAT(delivered_.events, ElementsAre("0/2@1,1#1"));  // the lag is accepted
-}
-
-TEST_F(PointerInputConnectionTest, OnlyMonitorIdMinusTwoIsIllegal)
-{
-    PointerInputConnection connection;
-    HostPlatform::SetMonitorId(-1);
-    EXPECT_EQ(connection.SubscribePointerInput(), 0);
-    HostPlatform::SetMonitorId(-2);
-    EXPECT_EQ(connection.SubscribePointerInput(), -1);
 }
 
 TEST_F(PointerInputConnectionTest, UnsubscribingRemovesTheMonitor)
