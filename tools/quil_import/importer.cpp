@@ -138,9 +138,9 @@ bool Importer::Run(std::string& error)
 
 bool Importer::CheckOptions(const std::vector<Format>& formats, std::string& error) const
 {
-    const bool csv = std::count(formats.begin(), formats.end(), Format::CSV) > 0;
-    const bool touches = std::count(formats.begin(), formats.end(), Format::CSV) <
-                         static_cast<std::ptrdiff_t>(formats.size());
+    const auto logs = std::count(formats.begin(), formats.end(), Format::CSV);
+    const bool csv = logs > 0;
+    const bool touches = logs < static_cast<std::ptrdiff_t>(formats.size());
     const char* touchOption = options_.rotate != 0 ? "--rotate"
                               : options_.axes      ? "--axes"
                               : options_.guessAxes ? "--guess-axes"
